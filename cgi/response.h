@@ -1,0 +1,23 @@
+#pragma once
+#include <cjson/cJSON.h>
+#include <cstddef>
+#include <cstdint>
+
+enum resultCode : int32_t {
+  RC_SUCCESS = 0,
+  RC_GENERAL_FAILED = 10000,
+  RC_INVALID_ARGUMENT = 10003,
+  RC_OBJECT_EXIST = 10011,
+  RC_OBJECT_NOT_EXIST = 10012,
+  RC_API_NOT_FOUND = 10023,
+  RC_UNSUPPORTED_FEATURE = 17002,
+};
+
+const char *resultCodeMessage(int32_t code);
+int32_t openRcToResultCode(int openRc);
+
+int responseJsonRreallocStr(int32_t code, const char *dataKey, const char *dataText, char **answer);
+int responseJsonStr(int32_t code, const char *dataKey, const char *dataText, char *buffer);
+int responseJsonToStr(const cJSON *json, char **text);
+int getStrAndCpyTo(const cJSON *json, const char *key, char *dst, size_t len);
+int getIntAndCpyTo(const cJSON *json, const char *key, uint32_t *value);

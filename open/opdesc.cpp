@@ -1,0 +1,58 @@
+#include "open/opdesc.h"
+
+#include <cstring>
+
+namespace {
+
+#define OPEN_FIELD_DESC(T, n) {OPEN_TYPE_##T, static_cast<uint16_t>(offsetof(ctype_, n))},
+#define OPEN_RECORD(tag, ctype, ...)                                                      \
+  struct tag##_fields {                                                                   \
+    using ctype_ = ctype;                                                                 \
+    static constexpr OpenField list[] = {OPEN_FOR_EACH(OPEN_FIELD_DESC, __VA_ARGS__)};     \
+  };
+#include "open/open_records.def"
+#undef OPEN_RECORD
+#undef OPEN_FIELD_DESC
+
+const OpenTypeInfo kTypes[OPEN_TYPE_COUNT] = {
+    {"U8", OpenKind::Int, 1, false, nullptr, 0},
+    {"U32", OpenKind::Int, 4, false, nullptr, 0},
+    {"I32", OpenKind::Int, 4, true, nullptr, 0},
+    {"U64", OpenKind::Int, 8, false, nullptr, 0},
+    {"TXT", OpenKind::Buf, 0, false, nullptr, 0},
+    {"W64", OpenKind::Buf, 0, false, nullptr, 0},
+    {"BIN", OpenKind::Buf, 0, false, nullptr, 0},
+    {"ADDR", OpenKind::Addr, sizeof(open_inet_addr_t), false, nullptr, 0},
+#define OPEN_RECORD(tag, ctype, ...)                                          \
+  {#tag, OpenKind::Record, sizeof(ctype), false, tag##_fields::list,          \
+   static_cast<uint8_t>(sizeof(tag##_fields::list) / sizeof(OpenField))},
+#include "open/open_records.def"
+#undef OPEN_RECORD
+};
+
+#define OPEN_ARG_DESC(d, T, n) {OpenDir::OPEN_DIR_##d, OPEN_TYPE_##T, #n},
+#define OPEN_DIR_IN In
+#define OPEN_DIR_OUT Out
+#define OPEN_DIR_INOUT InOut
+#define OPEN_OP(kind, name, ...) \
+  const OpenArgDesc args_##name[] = {OPEN_FOR_EACH(OPEN_ARG_DESC, __VA_ARGS__){OpenDir::In, OPEN_TYPE_U32, nullptr}};
+#include "open/open_ops.def"
+#undef OPEN_OP
+
+}  // namespace
+
+#define OPEN_OP(kind, name, ...) \
+  {#name, static_cast<uint8_t>(OPEN_NARGS(__VA_ARGS__)), args_##name},
+const OpenOpDesc kOpenOps[OPEN_OP_COUNT] = {
+#include "open/open_ops.def"
+};
+#undef OPEN_OP
+
+const OpenTypeInfo &openTypeInfo(OpenType type) { return kTypes[type]; }
+
+const OpenOpDesc *openOpFind(const char *name) {
+  for (const OpenOpDesc &op : kOpenOps) {
+    if (strcmp(op.name, name) == 0) return &op;
+  }
+  return nullptr;
+}

@@ -1,0 +1,68 @@
+#pragma once
+// The OpEN programming interface as this program uses it: types, result codes
+// and one prototype per operation, all generated from open_ops.def.
+// The program depends on OpEN only through this header.
+#include <stdint.h>
+
+#include "open/open_macros.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef enum {
+  OPEN_E_NONE = 0,
+  OPEN_E_RPC = -1,       // the RPC transport failed
+  OPEN_E_INTERNAL = -2,  // the RPC answer could not be understood
+  OPEN_E_FAIL = -20,
+  OPEN_E_EMPTY = -21,
+  OPEN_E_PARAM = -22,    // bad parameter
+  OPEN_E_FULL = -23,
+  OPEN_E_EXISTS = -24,   // already exists
+  OPEN_E_TIMEOUT = -25,
+  OPEN_E_ERROR = -26,
+  OPEN_E_NOT_INIT = -27,
+  OPEN_E_UNAVAIL = -28,  // unsupported
+  OPEN_E_NOT_FOUND = -29 // not found, or a walk past its end
+} open_error_t;
+
+typedef struct {
+  uint32_t size;
+  char *pstart;
+} open_buffdesc;
+
+typedef enum { OPEN_AF_NONE = 0, OPEN_AF_INET = 1, OPEN_AF_INET6 = 2 } OPEN_AF_t;
+
+typedef struct {
+  uint32_t family;
+  union {
+    uint32_t ipv4;  // host byte order
+    uint8_t ipv6[16];
+  } addr;
+} open_inet_addr_t;
+
+typedef struct {
+  char clientName[100];
+  int fd;  // connection to the OpEN server, -1 until the first call
+} openapiClientHandle_t;
+
+// Records passed whole through OpEN, generated from open_records.def.
+#define OPEN_RECORD_FIELD(T, n) OPEN_VAL_##T n;
+#define OPEN_RECORD(tag, ctype, ...) typedef struct { OPEN_FOR_EACH(OPEN_RECORD_FIELD, __VA_ARGS__) } ctype;
+#include "open/open_records.def"
+#undef OPEN_RECORD
+#undef OPEN_RECORD_FIELD
+
+open_error_t openapiClientRegister(const char *clientName, openapiClientHandle_t *clientHandle);
+open_error_t openapiClientTearDown(openapiClientHandle_t *clientHandle);
+
+#define OPEN_PROTO_PARAM(d, T, n) , OPEN_PARAM_##d(T) n
+#define OPEN_OP(kind, name, ...) \
+  open_error_t OPEN_FN_##kind(name)(openapiClientHandle_t * client OPEN_FOR_EACH(OPEN_PROTO_PARAM, __VA_ARGS__));
+#include "open/open_ops.def"
+#undef OPEN_OP
+#undef OPEN_PROTO_PARAM
+
+#ifdef __cplusplus
+}
+#endif
