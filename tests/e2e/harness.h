@@ -1,0 +1,53 @@
+#pragma once
+// Runs the real monitoring_v2.cgi against a real opensimd, each test in a
+// sandbox of its own (socket, MONITORING_ROOT, session files, log).
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+struct ProcessResult {
+  std::string out;
+  std::string err;
+  int status = -1;  // exit status, or -1 when killed by a signal
+};
+
+struct CgiRequest {
+  std::string method = "GET";
+  std::string uri;  // the query string is taken from it
+  std::string body;
+  const char *session = nullptr;  // HTTP_SESSION; nullptr leaves it unset
+  const char *refresh = nullptr;  // HTTP_REFRESH
+  const char *contentLength = nullptr;  // overrides the body's length
+};
+
+class SwitchTest : public ::testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  // Writes a session file as the login page does; returns its identifier.
+  std::string login(const std::string &user, const std::string &privilege, long stamp = -1);
+  ProcessResult cgi(const CgiRequest &request);
+  // A GET or other method with an administrator session already in place.
+  ProcessResult call(const std::string &method, const std::string &uri, const std::string &body = "");
+  ProcessResult ctl(const std::vector<std::string> &args);
+  void ctlOk(const std::vector<std::string> &args);
+  // The call log as lines, oldest first.
+  std::vector<std::string> calls();
+  // Calls whose "op" is the given interface name.
+  std::vector<std::string> callsOf(const std::string &op);
+  std::string readFile(const std::string &relative);
+  void startDaemon();
+  void stopDaemon();
+
+  std::string root_;
+  std::string socket_;
+  std::string adminSession_;
+  int daemonPid_ = -1;
+};
+
+long systemUptime();
+// The envelope exactly as the program prints it.
+std::string envelope(int code, const std::string &message, const std::string &dataKey = "",
+                     const std::string &dataJson = "");

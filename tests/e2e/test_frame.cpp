@@ -1,0 +1,161 @@
+// The whole frame as the web server sees it: start-up against OpEN, route
+// matching, the session check and the exit statuses.
+#include <chrono>
+
+#include "tests/e2e/harness.h"
+
+namespace {
+
+const std::string kHeader = "Content-Type: application/json\r\n\r\n";
+const std::string kForbidden = "Status:403\r\n\r\n";
+const std::string kStat = "/api/v2/monitoring/stats/stat?ifNum=1&counterId=ctr_rx_64";
+
+class FrameTest : public SwitchTest {};
+
+int countOf(const std::string &text, const std::string &part) {
+  int count = 0;
+  for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
+  return count;
+}
+
+TEST_F(FrameTest, RequestsThatMatchNoRouteAnswerNothing) {
+  const struct {
+    const char *method;
+    const char *uri;
+  } cases[] = {
+      {"GET", "/api/v2/monitoring/stats/Stat"},                 // operations are case-sensitive
+      {"POST", "/api/v2/monitoring/stats/stat"},                // wrong method
+      {"PATCH", "/api/v2/monitoring/stats/stat"},
+      {"", "/api/v2/monitoring/stats/stat"},                    // no method at all
+      {"GET", "/api/v2/monitoring/stats/"},                     // empty operation
+      {"GET", "/api/v2/monitoring/stats/stat/"},
+      {"GET", "/api/v2/monitoring/lldp/status?x=a/b"},          // a "/" in the query moves the split
+      {"GET", "/api/v2/monitoring/nothing/stat"},
+      {"GET", "/api/v2/monitoring/stat"},
+      {"DELETE", "/api/v2/monitoring/instru-bst/config"},
+  };
+  for (const auto &c : cases) {
+    SCOPED_TRACE(std::string(c.method) + " " + c.uri);
+    CgiRequest request;
+    request.method = c.method;
+    request.uri = c.uri;
+    request.session = adminSession_.c_str();
+    ProcessResult result = cgi(request);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.status, 0);
+  }
+}
+
+TEST_F(FrameTest, MethodsMatchInAnyCaseAndAPathWithoutSlashIsNamed) {
+  CgiRequest request;
+  request.method = "get";
+  request.uri = "/api/v2/monitoring/instru-bst/snapshot";
+  request.session = adminSession_.c_str();
+  EXPECT_EQ(cgi(request).out, kHeader + envelope(17002, "Unsupported Feature"));
+  request.uri = "stats";
+  EXPECT_EQ(cgi(request).out, "Invalid request path 'stats'\n");
+}
+
+TEST_F(FrameTest, SessionDecidesWhoMayCallWhat) {
+  const std::string ro = login("guest", "ro"), rw = login("operator", "rw"), bad = login("odd", "rx");
+  const std::string expired = login("admin", "", systemUptime() - 7300);
+  const std::string never = login("admin", "", 0);
+  const struct {
+    const char *name;
+    const char *session;
+    const char *method;
+    std::string uri;
+    bool allowed;
+  } cases[] = {
+      {"no session", nullptr, "GET", kStat, false},
+      {"unknown session", "nosuchsession", "GET", kStat, false},
+      {"empty identifier", "", "GET", kStat, false},
+      {"identifier with a slash", "../session/x", "GET", kStat, false},
+      {"dot dot", "..", "GET", kStat, false},
+      {"read-only reads", ro.c_str(), "GET", kStat, true},
+      {"read-only writes", ro.c_str(), "POST", "/api/v2/monitoring/stats/reset-all-interfaces-stats", false},
+      {"read-write writes", rw.c_str(), "POST", "/api/v2/monitoring/stats/reset-all-interfaces-stats", true},
+      {"unknown privilege", bad.c_str(), "GET", kStat, false},
+      {"expired", expired.c_str(), "GET", kStat, false},
+      {"stamp 0 never expires", never.c_str(), "GET", kStat, true},
+  };
+  for (const auto &c : cases) {
+    SCOPED_TRACE(c.name);
+    CgiRequest request;
+    request.method = c.method;
+    request.uri = c.uri;
+    request.session = c.session;
+    ProcessResult result = cgi(request);
+    if (c.allowed) {
+      EXPECT_EQ(result.out.rfind(kHeader, 0), 0u) << result.out;
+    } else {
+      EXPECT_EQ(result.out, kForbidden);
+    }
+    EXPECT_EQ(result.status, 0);
+  }
+  EXPECT_EQ(readFile("/tmp/session/" + expired), "") << "an expired session file is removed";
+}
+
+TEST_F(FrameTest, RefreshHeaderKeepsTheSessionFileUntouched) {
+  const std::string id = login("guest", "ro", 0);
+  const std::string before = readFile("/tmp/session/" + id);
+  CgiRequest request;
+  request.uri = kStat;
+  request.session = id.c_str();
+  request.refresh = "1";
+  cgi(request);
+  EXPECT_EQ(readFile("/tmp/session/" + id), before);
+  request.refresh = nullptr;
+  cgi(request);
+  std::string after = readFile("/tmp/session/" + id);
+  EXPECT_NE(after, before);
+  EXPECT_EQ(after.rfind("guest\n", 0), 0u);
+  EXPECT_NE(after.find("\nro\n" + id), std::string::npos) << after;
+}
+
+TEST_F(FrameTest, StartUpAsksForVersionsAndServesWhenTheyFail) {
+  ctlOk({"calls", "clear"});
+  call("GET", kStat);
+  std::vector<std::string> logged = calls();
+  ASSERT_EQ(logged.size(), 4u);
+  EXPECT_EQ(logged[0], R"({"op":"openapiConnectivityCheck","in":[],"rc":0})");
+  EXPECT_NE(logged[1].find("openapiNetworkOSVersionGet"), std::string::npos);
+  EXPECT_NE(logged[2].find("openapiApiVersionGet"), std::string::npos);
+  EXPECT_NE(logged[3].find("openapiStatGet"), std::string::npos);
+
+  ctlOk({"fault", "openapiNetworkOSVersionGet", "-1"});
+  ctlOk({"fault", "openapiApiVersionGet", "-28"});
+  ProcessResult result = call("GET", "/api/v2/monitoring/instru-bst/snapshot");
+  EXPECT_EQ(result.out, kHeader + envelope(17002, "Unsupported Feature"));
+  std::string log = readFile("/tmp/zr301.log");
+  EXPECT_NE(log.find("(ERROR): vexo_cgi: [initHandler:"), std::string::npos) << log;
+  EXPECT_NE(log.find("] Network OS Version retrieve error\n"), std::string::npos);
+  EXPECT_NE(log.find("] Open API Version retrieve error\n"), std::string::npos);
+}
+
+TEST_F(FrameTest, WaitsForAServerThatComesUpLate) {
+  ctlOk({"fault", "openapiConnectivityCheck", "-1", "2"});
+  auto start = std::chrono::steady_clock::now();
+  ProcessResult result = call("GET", "/api/v2/monitoring/instru-bst/snapshot");
+  auto waited = std::chrono::steady_clock::now() - start;
+  EXPECT_EQ(result.out, kHeader + envelope(17002, "Unsupported Feature"));
+  EXPECT_GE(waited, std::chrono::seconds(6));
+  std::string log = readFile("/tmp/zr301.log");
+  EXPECT_EQ(countOf(log, "RPC call can fail until server starts. Keep trying (result = -1)\n"), 2) << log;
+  EXPECT_EQ(callsOf("openapiConnectivityCheck").size(), 3u);
+}
+
+TEST_F(FrameTest, GivesUpWithStatus255WhenOpenNeverAnswers) {
+  ctlOk({"fault", "openapiConnectivityCheck", "-1"});
+  ProcessResult result = call("GET", kStat);
+  EXPECT_EQ(result.status, 255);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(callsOf("openapiConnectivityCheck").size(), 7u);
+  EXPECT_EQ(countOf(readFile("/tmp/zr301.log"), "Keep trying"), 6);
+  stopDaemon();  // and with no server at all: the connection itself fails
+  ProcessResult down = call("GET", kStat);
+  EXPECT_EQ(down.status, 255);
+  EXPECT_EQ(down.out, "");
+}
+
+}  // namespace
