@@ -1,0 +1,175 @@
+#include "cgi/session.h"
+
+#include <limits.h>
+#include <sys/file.h>
+#include <sys/sysinfo.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "log/log.h"
+#include "tools/paths.h"
+
+sessionUptimeFn sessionUptimeSource = sessionSystemUptime;
+
+int sessionSystemUptime(long *uptime) {
+  struct sysinfo info;
+  if (sysinfo(&info) != 0) {
+    return -1;
+  }
+  *uptime = info.uptime;
+  return 0;
+}
+
+namespace {
+
+constexpr long kIdleLimitSeconds = 7200;
+constexpr size_t kSessionPathSize = 512;
+constexpr size_t kLineSize = 200;
+constexpr size_t kPrivilegeSize = 16;
+constexpr size_t kRewriteSize = 256;
+constexpr const char *kAdminLine = "admin\n";
+
+struct FileCloser {
+  void operator()(FILE *file) const { fclose(file); }
+};
+using FilePtr = std::unique_ptr<FILE, FileCloser>;
+
+struct SessionLines {
+  char user[kLineSize];
+  char stamp[kLineSize];
+  char privilege[kPrivilegeSize];
+};
+
+enum class Verdict { Allowed, Denied, InvalidLevel };
+
+// The identifier names a file: anything that could leave the session
+// directory is refused before the file system is touched.
+bool isSafeSessionId(const char *id) {
+  return id != nullptr && *id != '\0' && strchr(id, '/') == nullptr && strcmp(id, ".") != 0 &&
+         strcmp(id, "..") != 0;
+}
+
+const char *sessionFilePath(const char *id, char *path, char *rooted, size_t rootedSize) {
+  int len = snprintf(path, kSessionPathSize, "/tmp/session/%s", id);
+  if (len < 0 || static_cast<size_t>(len) >= kSessionPathSize) {
+    return nullptr;
+  }
+  return rootedPath(path, rooted, rootedSize);
+}
+
+void readLine(char *buf, size_t size, FILE *file) {
+  if (fgets(buf, static_cast<int>(size), file) == nullptr) {
+    buf[0] = '\0';
+  }
+}
+
+bool isAdmin(const SessionLines &lines) { return strcmp(lines.user, kAdminLine) == 0; }
+
+void readSessionLines(FILE *file, SessionLines *lines) {
+  readLine(lines->user, sizeof lines->user, file);
+  readLine(lines->stamp, sizeof lines->stamp, file);
+  lines->privilege[0] = '\0';
+  if (!isAdmin(*lines)) {
+    readLine(lines->privilege, sizeof lines->privilege, file);
+  }
+}
+
+// Session flag 1 is any logged-in user; every other flag means administrators only.
+Verdict privilegeVerdict(const char *privilege, const httpdRouteEntry *route) {
+  bool readWrite = strncmp(privilege, "rw", 2) == 0;
+  bool readOnly = strncmp(privilege, "ro", 2) == 0;
+  if (!readWrite && !readOnly) {
+    return Verdict::InvalidLevel;
+  }
+  if (route->needsSession != 1 || (readOnly && route->method != HTTPD_GET)) {
+    return Verdict::Denied;
+  }
+  return Verdict::Allowed;
+}
+
+bool isExpired(long uptime, long stamp) {
+  long idle = 0;
+  if (stamp == 0) {
+    return false;
+  }
+  // Only a hugely negative stamp overflows, and that is long past.
+  return __builtin_sub_overflow(uptime, stamp, &idle) || idle > kIdleLimitSeconds;
+}
+
+// The file is rewritten from its start but not shortened: a shorter text
+// leaves the old tail behind it, which the readers never look at.
+bool writeBack(FILE *file, const char *text) {
+  size_t len = strlen(text);
+  return fseek(file, 0, SEEK_SET) == 0 && fwrite(text, 1, len, file) == len && fflush(file) == 0;
+}
+
+void formatRefreshed(const SessionLines &lines, long uptime, const char *id, char *text) {
+  if (isAdmin(lines)) {
+    snprintf(text, kRewriteSize, "%s%ld\n%s", lines.user, uptime, id);
+  } else {
+    snprintf(text, kRewriteSize, "%s%ld\n%s%s", lines.user, uptime, lines.privilege, id);
+  }
+}
+
+}  // namespace
+
+int checkSessionX(const char *sessionId, const char *refresh, const httpdRouteEntry *route) {
+  if (!isSafeSessionId(sessionId) || route == nullptr) {
+    LOG_DEBUG("missing or unusable session id, refused\n");
+    return -1;
+  }
+  char path[kSessionPathSize];
+  char rooted[PATH_MAX];
+  const char *filePath = sessionFilePath(sessionId, path, rooted, sizeof rooted);
+  FilePtr file(filePath != nullptr ? fopen(filePath, "r+") : nullptr);
+  if (!file) {
+    LOG_DEBUG("%s file not exsits, ignore\n", filePath != nullptr ? filePath : path);
+    return -1;
+  }
+  if (flock(fileno(file.get()), LOCK_EX) != 0) {
+    LOG_ERROR("File lock failed\n");
+    return -1;
+  }
+  SessionLines lines;
+  readSessionLines(file.get(), &lines);
+  Verdict verdict = isAdmin(lines) ? Verdict::Allowed : privilegeVerdict(lines.privilege, route);
+  if (verdict == Verdict::Denied) {
+    LOG_ERROR("Permission denied, not a priviledged user\n");
+    return -1;
+  }
+  if (verdict == Verdict::InvalidLevel) {
+    LOG_ERROR("Invalid priviledged level in user session\n");
+    return -1;
+  }
+  long uptime = 0;
+  if (sessionUptimeSource(&uptime) != 0) {
+    LOG_ERROR("Failed to get sysinfo\r\n");
+    return -1;
+  }
+  long stamp = strtol(lines.stamp, nullptr, 10);
+  if (isExpired(uptime, stamp)) {
+    LOG_INFO("Token timeout(%ld - %ld).please login again. (userName: %s timestamp: %s)\r\n", uptime, stamp,
+             lines.user, lines.stamp);
+    unlink(filePath);
+    return -1;
+  }
+  // Polling requests carry HTTP_REFRESH so that they do not keep a session alive.
+  if (refresh == nullptr) {
+    char text[kRewriteSize];
+    formatRefreshed(lines, uptime, sessionId, text);
+    if (writeBack(file.get(), text)) {
+      LOG_DEBUG("Token update to file. (%s)\r\n", text);
+    } else {
+      LOG_ERROR("Token update failed\r\n");
+    }
+  }
+  if (flock(fileno(file.get()), LOCK_UN) != 0) {
+    LOG_ERROR("File unlock failed\n");
+    return -1;
+  }
+  return 0;
+}
