@@ -1,0 +1,203 @@
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstring>
+#include <regex>
+#include <string>
+
+#include "cgi/httpd.h"
+#include "frame_sandbox.h"
+
+using frametest::captureStdout;
+using frametest::setEnv;
+
+namespace {
+
+const std::string kJsonHeader = "Content-Type: application/json\r\n\r\n";
+
+void statGet() { fputs("stat-get", stdout); }
+void statPut() { fputs("stat-put", stdout); }
+void lldpStatus() { fputs("lldp-status", stdout); }
+void snmpDelete() { fputs("snmp-delete", stdout); }
+void plainPage() { fputs("plain", stdout); }
+void topLevel() { fputs("top", stdout); }
+void first() { fputs("first", stdout); }
+void second() { fputs("second", stdout); }
+
+class HttpdTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    box.startDebugLog();
+    for (const char *name : {"REQUEST_URI", "REQUEST_METHOD", "HTTP_SESSION", "HTTP_REFRESH"}) {
+      unsetenv(name);
+    }
+  }
+
+  std::string dispatch(httpdTable *table, const char *uri, const char *method) {
+    setEnv("REQUEST_URI", uri);
+    setEnv("REQUEST_METHOD", method);
+    return captureStdout([table] { httpdProcessRequest(table); });
+  }
+
+  frametest::Sandbox box;
+};
+
+struct DispatchCase {
+  const char *uri;
+  const char *method;
+  std::string expected;
+};
+
+class HttpdDispatchTest : public HttpdTest, public ::testing::WithParamInterface<DispatchCase> {
+ protected:
+  static httpdTable *buildTable() {
+    httpdTable *table = httpdCreateTable();
+    httpdAddCContent(table, "/api/v2/monitoring/stats", "stat", HTTPD_GET, 0, statGet);
+    httpdAddCContent(table, "/api/v2/monitoring/stats", "stat", HTTPD_PUT, 0, statPut);
+    httpdAddCContent(table, "/api/v2/monitoring/lldp", "status", HTTPD_GET, 0, lldpStatus);
+    httpdAddCContent(table, "/api//v2///monitoring/snmp/", "community", HTTPD_DELETE, 0, snmpDelete);
+    httpdAddCContent(table, "/cgi-bin", "plain", HTTPD_GET, 0, plainPage);
+    httpdAddCContent(table, "/", "top", HTTPD_GET, 0, topLevel);
+    return table;
+  }
+};
+
+TEST_P(HttpdDispatchTest, AnswersExactly) {
+  EXPECT_EQ(dispatch(buildTable(), GetParam().uri, GetParam().method), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Requests, HttpdDispatchTest,
+    ::testing::Values(
+        DispatchCase{"/api/v2/monitoring/stats/stat?intf=3", "GET", kJsonHeader + "stat-get"},
+        DispatchCase{"/api/v2/monitoring/stats/stat", "get", kJsonHeader + "stat-get"},
+        DispatchCase{"/api/v2/monitoring/stats/stat", "pUt", kJsonHeader + "stat-put"},
+        DispatchCase{"/api/v2/monitoring/stats/stat", "POST", ""},
+        DispatchCase{"/api/v2/monitoring/stats/stat", "GETX", ""},
+        DispatchCase{"/api/v2/monitoring/stats/stat", nullptr, ""},
+        DispatchCase{"/api/v2/monitoring/stats/STAT", "GET", ""},
+        DispatchCase{"/api/v2/monitoring/Stats/stat", "GET", ""},
+        DispatchCase{"/api/v2/monitoring/stats/", "GET", ""},
+        DispatchCase{"/api/v2/monitoring/lldp/status", "GET", kJsonHeader + "lldp-status"},
+        DispatchCase{"/api/v2/monitoring/lldp/status?x=a/b", "GET", ""},
+        DispatchCase{"/api/v2/monitoring//lldp/status", "GET", kJsonHeader + "lldp-status"},
+        DispatchCase{"/api/v2/monitoring/snmp/community", "DELETE", kJsonHeader + "snmp-delete"},
+        DispatchCase{"/cgi-bin/plain", "GET", "plain"},
+        DispatchCase{"/top?a=b", "GET", "top"},
+        DispatchCase{"no-slash-here?q=1", "GET", "Invalid request path 'no-slash-here?q=1'\n"},
+        DispatchCase{"", "GET", "Invalid request path ''\n"}));
+
+TEST_F(HttpdTest, NoRequestUriMeansNoAnswer) {
+  httpdTable *table = httpdCreateTable();
+  httpdAddCContent(table, "/", "top", HTTPD_GET, 0, topLevel);
+  EXPECT_EQ(dispatch(table, nullptr, "GET"), "");
+}
+
+TEST_F(HttpdTest, UnknownRouteIsOnlyLogged) {
+  httpdTable *table = httpdCreateTable();
+  httpdAddCContent(table, "/api/v2/monitoring/stats", "stat", HTTPD_GET, 0, statGet);
+  EXPECT_EQ(dispatch(table, "/api/v2/monitoring/stats/nope?x=1", "GET"), "");
+  std::regex expected(R"(\(ERROR\): frame-test: \[httpdProcessRequest:\d+\] method not found:)"
+                      R"(/api/v2/monitoring/stats/nope\?x=1\nstats\nnope\n)");
+  EXPECT_TRUE(std::regex_search(box.logText(), expected)) << box.logText();
+}
+
+TEST_F(HttpdTest, LaterRegistrationOfTheSameRouteWins) {
+  httpdTable *table = httpdCreateTable();
+  httpdAddCContent(table, "/api/v2/monitoring/lldp", "status", HTTPD_GET, 0, first);
+  httpdAddCContent(table, "/api/v2/monitoring/lldp", "status", HTTPD_GET, 0, second);
+  EXPECT_EQ(dispatch(table, "/api/v2/monitoring/lldp/status", "GET"), kJsonHeader + "second");
+}
+
+TEST_F(HttpdTest, OverlongUriIsCutBeforeItIsSplit) {
+  std::string dir = "/api/v2/monitoring/" + std::string(980, 'd');
+  std::string op = "abcdefghijklmnopqrstuvwxyz0123456789";
+  size_t kept = 1023 - dir.size() - 1;
+  httpdTable *table = httpdCreateTable();
+  httpdAddCContent(table, dir.c_str(), op.substr(0, kept).c_str(), HTTPD_GET, 0, first);
+  httpdAddCContent(table, dir.c_str(), op.c_str(), HTTPD_GET, 0, second);
+  std::string uri = dir + "/" + op;
+  EXPECT_EQ(dispatch(table, uri.c_str(), "GET"), kJsonHeader + "first");
+}
+
+TEST_F(HttpdTest, SessionRouteWithoutSessionIsForbidden) {
+  httpdTable *table = httpdCreateTable();
+  httpdAddCContent(table, "/api/v2/monitoring/stats", "stat", HTTPD_GET, 1, statGet);
+  EXPECT_EQ(dispatch(table, "/api/v2/monitoring/stats/stat", "GET"), "Status:403\r\n\r\n");
+  EXPECT_NE(box.logText().find("[httpdProcessRequest:"), std::string::npos);
+  EXPECT_NE(box.logText().find("] 403 Forbidden\n"), std::string::npos);
+}
+
+TEST_F(HttpdTest, SessionRouteWithLiveSessionRuns) {
+  frametest::writeFile(box.sessionPath("abc123"), "admin\n0\n");
+  setEnv("HTTP_SESSION", "abc123");
+  httpdTable *table = httpdCreateTable();
+  httpdAddCContent(table, "/api/v2/monitoring/stats", "stat", HTTPD_GET, 1, statGet);
+  EXPECT_EQ(dispatch(table, "/api/v2/monitoring/stats/stat", "GET"), kJsonHeader + "stat-get");
+}
+
+TEST_F(HttpdTest, ReadOnlySessionIsRefusedForWrites) {
+  frametest::writeFile(box.sessionPath("ro1"), "guest\n0\nro\n");
+  setEnv("HTTP_SESSION", "ro1");
+  httpdTable *table = httpdCreateTable();
+  httpdAddCContent(table, "/api/v2/monitoring/stats", "stat", HTTPD_PUT, 1, statPut);
+  EXPECT_EQ(dispatch(table, "/api/v2/monitoring/stats/stat", "PUT"), "Status:403\r\n\r\n");
+}
+
+// Registration remembers the last directory; that must not leak between
+// tables nor trust a caller's buffer whose text has changed since.
+TEST_F(HttpdTest, RememberedDirectoryBelongsToOneTableAndOnePath) {
+  httpdTable *one = httpdCreateTable();
+  httpdTable *two = httpdCreateTable();
+  char dir[] = "/api/v2/monitoring/aaaa";
+  httpdAddCContent(one, dir, "op", HTTPD_GET, 0, first);
+  httpdAddCContent(two, dir, "op", HTTPD_GET, 0, second);
+  memcpy(dir + strlen(dir) - 4, "bbbb", 4);
+  httpdAddCContent(two, dir, "op", HTTPD_GET, 0, first);
+  EXPECT_EQ(dispatch(one, "/api/v2/monitoring/aaaa/op", "GET"), kJsonHeader + "first");
+  EXPECT_EQ(dispatch(two, "/api/v2/monitoring/aaaa/op", "GET"), kJsonHeader + "second");
+  EXPECT_EQ(dispatch(two, "/api/v2/monitoring/bbbb/op", "GET"), kJsonHeader + "first");
+  EXPECT_EQ(dispatch(one, "/api/v2/monitoring/bbbb/op", "GET"), "");
+}
+
+// Far more routes than a real table, interleaving directories, so that the
+// storage has to grow and directory lookups keep switching.
+TEST_F(HttpdTest, LargeInterleavedTableDispatchesEveryRoute) {
+  httpdTable *table = httpdCreateTable();
+  constexpr int kRoutes = 3000;
+  char dir[64];
+  char op[64];
+  for (int i = 0; i < kRoutes; ++i) {
+    snprintf(dir, sizeof dir, "/api/v2/monitoring/family-%d", i % 7);
+    snprintf(op, sizeof op, "a-fairly-long-operation-name-%d", i);
+    ASSERT_EQ(httpdAddCContent(table, dir, op, i % 4, 0, i % 2 ? first : second), 0);
+  }
+  for (int i : {0, 1, 1234, kRoutes - 1}) {
+    snprintf(op, sizeof op, "/api/v2/monitoring/family-%d/a-fairly-long-operation-name-%d", i % 7, i);
+    EXPECT_EQ(dispatch(table, op, httpdMethodName(i % 4)), kJsonHeader + (i % 2 ? "first" : "second")) << i;
+  }
+}
+
+TEST_F(HttpdTest, RegistrationWithoutTableFailsAndIsLogged) {
+  EXPECT_EQ(httpdAddCContent(nullptr, "/x", "op", HTTPD_GET, 0, first), -1);
+  EXPECT_NE(box.logText().find("[httpdAddCContent:"), std::string::npos);
+  EXPECT_NE(box.logText().find("] httpdAddCContent, dirPtr == NULL\n"), std::string::npos);
+}
+
+TEST(HttpdMethodName, NamesAndInvalidCodes) {
+  struct {
+    int code;
+    const char *name;
+  } cases[] = {{0, "GET"}, {1, "POST"}, {2, "DELETE"}, {3, "PUT"}, {4, "Invalid method '4'"}, {-1, "Invalid method '-1'"}};
+  for (const auto &c : cases) {
+    EXPECT_STREQ(httpdMethodName(c.code), c.name);
+  }
+}
+
+TEST_F(HttpdTest, RouteWithInvalidMethodCodeNeverMatches) {
+  httpdTable *table = httpdCreateTable();
+  httpdAddCContent(table, "/api/v2/monitoring/x", "op", 9, 0, first);
+  EXPECT_EQ(dispatch(table, "/api/v2/monitoring/x/op", "GET"), "");
+}
+
+}  // namespace
