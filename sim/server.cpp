@@ -1,0 +1,191 @@
+#include "sim/server.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <thread>
+
+#include "sim/control.h"
+#include "tools/raii.h"
+
+namespace {
+
+// Understood by both kinds of client: the OpEN one reads "rc", opensimctl "ok".
+std::string malformed(const char *problem) {
+  JsonPtr answer(cJSON_CreateObject());
+  cJSON_AddNumberToObject(answer.get(), "rc", OPEN_E_PARAM);
+  cJSON_AddArrayToObject(answer.get(), "out");
+  cJSON_AddFalseToObject(answer.get(), "ok");
+  cJSON_AddStringToObject(answer.get(), "error", problem);
+  CText text(cJSON_PrintUnformatted(answer.get()));
+  return text ? text.get() : "";
+}
+
+bool sendAll(int fd, const std::string &data) {
+  size_t done = 0;
+  while (done < data.size()) {
+    ssize_t sent = send(fd, data.data() + done, data.size() - done, MSG_NOSIGNAL);
+    if (sent < 0 && errno == EINTR) continue;
+    if (sent <= 0) return false;
+    done += static_cast<size_t>(sent);
+  }
+  return true;
+}
+
+bool fillAddress(const std::string &path, sockaddr_un &address, std::string &error) {
+  address = sockaddr_un{};
+  address.sun_family = AF_UNIX;
+  if (path.empty() || path.size() >= sizeof address.sun_path) {
+    error = "socket path must have 1 to " + std::to_string(sizeof address.sun_path - 1) + " bytes: " + path;
+    return false;
+  }
+  memcpy(address.sun_path, path.c_str(), path.size() + 1);
+  return true;
+}
+
+// A socket file nobody answers on is left over from a crash and may go.
+int clearStaleSocket(const std::string &path, const sockaddr_un &address, std::string &error) {
+  struct stat info {};
+  if (lstat(path.c_str(), &info) != 0) return 0;
+  if (!S_ISSOCK(info.st_mode)) {
+    error = path + " exists and is not a socket";
+    return -1;
+  }
+  int probe = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  bool live = probe >= 0 && connect(probe, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
+  if (probe >= 0) close(probe);
+  if (live) {
+    error = "another opensimd is already listening on " + path;
+    return -1;
+  }
+  unlink(path.c_str());
+  return 0;
+}
+
+}  // namespace
+
+SimServer::SimServer(SimDispatcher &dispatcher, std::string statePath)
+    : dispatcher_(dispatcher), statePath_(std::move(statePath)) {
+  if (pipe2(wakePipe_, O_CLOEXEC | O_NONBLOCK) != 0) wakePipe_[0] = wakePipe_[1] = -1;
+}
+
+SimServer::~SimServer() {
+  if (listenFd_ >= 0) close(listenFd_);
+  for (int fd : wakePipe_) {
+    if (fd >= 0) close(fd);
+  }
+}
+
+int SimServer::listenOn(const std::string &path, std::string &error) {
+  sockaddr_un address;
+  if (wakePipe_[0] < 0) {
+    error = std::string("cannot create the wake-up pipe: ") + strerror(errno);
+    return -1;
+  }
+  if (!fillAddress(path, address, error) || clearStaleSocket(path, address, error) != 0) return -1;
+  int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (fd < 0 || bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0 || listen(fd, 64) != 0) {
+    error = "cannot listen on " + path + ": " + strerror(errno);
+    if (fd >= 0) close(fd);
+    return -1;
+  }
+  struct stat info {};
+  stat(path.c_str(), &info);
+  socketDev_ = info.st_dev;
+  socketIno_ = info.st_ino;
+  socketPath_ = path;
+  listenFd_ = fd;
+  return 0;
+}
+
+void SimServer::stop() {
+  char byte = 1;
+  ssize_t ignored = write(wakePipe_[1], &byte, 1);
+  (void)ignored;
+}
+
+void SimServer::run() {
+  pollfd fds[2] = {{listenFd_, POLLIN, 0}, {wakePipe_[0], POLLIN, 0}};
+  while (true) {
+    if (poll(fds, 2, -1) < 0) {
+      if (errno == EINTR) continue;
+      break;
+    }
+    if (fds[1].revents != 0) break;
+    if (fds[0].revents & POLLIN) acceptOne();
+  }
+  close(listenFd_);
+  listenFd_ = -1;
+  removeSocket();
+  closeConnections();
+}
+
+void SimServer::acceptOne() {
+  int fd = accept4(listenFd_, nullptr, nullptr, SOCK_CLOEXEC);
+  if (fd < 0) return;
+  std::lock_guard<std::mutex> lock(mutex_);
+  connections_.insert(fd);
+  ++running_;
+  std::thread([this, fd] { serveConnection(fd); }).detach();
+}
+
+void SimServer::serveConnection(int fd) {
+  std::string pending;
+  char chunk[65536];
+  bool open = true;
+  while (open) {
+    ssize_t got = recv(fd, chunk, sizeof chunk, 0);
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) break;
+    size_t scanFrom = pending.size();  // older bytes hold no newline
+    pending.append(chunk, static_cast<size_t>(got));
+    size_t start = 0, newline = 0;
+    while (open && (newline = pending.find('\n', scanFrom)) != std::string::npos) {
+      open = sendAll(fd, answer(pending.substr(start, newline - start)) + "\n");
+      start = scanFrom = newline + 1;
+    }
+    pending.erase(0, start);
+    if (open && pending.size() > kMaxLine) {
+      sendAll(fd, malformed("request line too long") + "\n");
+      open = false;
+    }
+  }
+  std::lock_guard<std::mutex> lock(mutex_);
+  connections_.erase(fd);
+  close(fd);
+  if (--running_ == 0) idle_.notify_all();
+}
+
+void SimServer::closeConnections() {
+  std::unique_lock<std::mutex> lock(mutex_);
+  // Wakes every connection thread out of its read; each then closes its own socket.
+  for (int fd : connections_) shutdown(fd, SHUT_RDWR);
+  idle_.wait(lock, [this] { return running_ == 0; });
+}
+
+void SimServer::removeSocket() {
+  struct stat info {};
+  // Only our own: another daemon may have taken the path over since.
+  if (stat(socketPath_.c_str(), &info) == 0 && info.st_dev == socketDev_ && info.st_ino == socketIno_) {
+    unlink(socketPath_.c_str());
+  }
+}
+
+std::string SimServer::answer(const std::string &line) {
+  if (line.find('\0') != std::string::npos) return malformed("a request line must not contain NUL bytes");
+  JsonPtr request(cJSON_ParseWithOpts(line.c_str(), nullptr, 1));
+  if (!cJSON_IsObject(request.get())) return malformed("a request is one JSON object per line");
+  if (cJSON_GetObjectItemCaseSensitive(request.get(), "ctl") != nullptr) {
+    return controlAnswer(dispatcher_, request.get(), statePath_);
+  }
+  if (cJSON_GetObjectItemCaseSensitive(request.get(), "op") == nullptr) {
+    return malformed("a request needs \"op\" (an OpEN call) or \"ctl\" (a control command)");
+  }
+  return dispatcher_.call(line.c_str());
+}
