@@ -25,71 +25,74 @@ constexpr size_t kNextBlockSize = 16 * 1024;
 alignas(alignof(std::max_align_t)) unsigned char firstBlock[kFirstBlockSize];
 
 struct Arena {
-  unsigned char *cursor;
-  unsigned char *end;
+  uintptr_t next;
+  uintptr_t limit;
   bool firstBlockTaken;
 };
-Arena arena = {nullptr, nullptr, false};
+Arena arena = {0, 0, false};
 
-bool arenaGrow(size_t need) {
+__attribute__((noinline)) bool arenaGrow(size_t need) {
   if (!arena.firstBlockTaken && need <= kFirstBlockSize) {
     arena.firstBlockTaken = true;
-    arena.cursor = firstBlock;
-    arena.end = firstBlock + kFirstBlockSize;
+    arena.next = reinterpret_cast<uintptr_t>(firstBlock);
+    arena.limit = arena.next + kFirstBlockSize;
     return true;
   }
   size_t size = need > kNextBlockSize ? need : kNextBlockSize;
-  auto *block = static_cast<unsigned char *>(malloc(size));
+  void *block = malloc(size);
   if (block == nullptr) {
     return false;
   }
-  arena.cursor = block;
-  arena.end = block + size;
+  arena.next = reinterpret_cast<uintptr_t>(block);
+  arena.limit = arena.next + size;
   return true;
 }
 
-void *arenaAlloc(size_t size, size_t align) {
-  auto aligned = [align](unsigned char *p) {
-    return reinterpret_cast<unsigned char *>((reinterpret_cast<uintptr_t>(p) + align - 1) & ~(align - 1));
-  };
-  unsigned char *start = arena.cursor != nullptr ? aligned(arena.cursor) : nullptr;
-  if (start == nullptr || size > static_cast<size_t>(arena.end - start)) {
+// `align` is a power of two. An empty arena has next == limit == 0 and so
+// always takes the growing path first.
+inline void *arenaAlloc(size_t size, size_t align) {
+  uintptr_t start = (arena.next + align - 1) & ~(align - 1);
+  if (start + size > arena.limit || start < arena.next) {
     if (!arenaGrow(size + align)) {
       return nullptr;
     }
-    start = aligned(arena.cursor);
+    start = (arena.next + align - 1) & ~(align - 1);
   }
-  arena.cursor = start + size;
-  return start;
+  arena.next = start + size;
+  return reinterpret_cast<void *>(start);
 }
 
+// A record followed by `extra` bytes of its own (the name it owns).
 template <typename T>
-T *arenaNew() {
-  return static_cast<T *>(arenaAlloc(sizeof(T), alignof(T)));
-}
-
-char *arenaCopy(const char *text, size_t len) {
-  auto *copy = static_cast<char *>(arenaAlloc(len + 1, 1));
-  if (copy != nullptr) {
-    memcpy(copy, text, len);
-    copy[len] = '\0';
-  }
-  return copy;
+T *arenaNew(size_t extra = 0) {
+  return static_cast<T *>(arenaAlloc(sizeof(T) + extra, alignof(T)));
 }
 
 httpdDirNode *newDirNode(const char *name, size_t len) {
-  auto *node = arenaNew<httpdDirNode>();
-  char *nameCopy = node != nullptr ? arenaCopy(name, len) : nullptr;
-  if (nameCopy == nullptr) {
+  auto *node = arenaNew<httpdDirNode>(len + 1);
+  if (node == nullptr) {
     return nullptr;
   }
+  auto *nameCopy = reinterpret_cast<char *>(node + 1);
+  memcpy(nameCopy, name, len);
+  nameCopy[len] = '\0';
   *node = httpdDirNode{nameCopy, nullptr, nullptr, nullptr};
   return node;
 }
 
+// `name` holds `len` characters, none of them a terminator.
+bool isNamed(const httpdDirNode *node, const char *name, size_t len) {
+  for (size_t i = 0; i < len; ++i) {
+    if (node->name[i] != name[i]) {
+      return false;
+    }
+  }
+  return node->name[len] == '\0';
+}
+
 httpdDirNode *findOrCreateChild(httpdDirNode *parent, const char *name, size_t len) {
   for (httpdDirNode *child = parent->children; child != nullptr; child = child->next) {
-    if (strncmp(child->name, name, len) == 0 && child->name[len] == '\0') {
+    if (isNamed(child, name, len)) {
       return child;
     }
   }
@@ -102,18 +105,23 @@ httpdDirNode *findOrCreateChild(httpdDirNode *parent, const char *name, size_t l
 }
 
 // Only the first 1023 characters of a path count; empty components (doubled
-// slashes) are skipped.
+// slashes) are skipped. Plain loops: the few directories are walked once per
+// process, where each first use of another string routine costs more than
+// the walk itself.
 httpdDirNode *walkDirPath(httpdTable *table, const char *dirPath) {
-  const char *end = dirPath + strnlen(dirPath, kPathBufferSize - 1);
+  constexpr size_t kMaxPathLen = kPathBufferSize - 1;
   httpdDirNode *node = table->root;
-  const char *component = dirPath;
-  while (node != nullptr && component < end) {
-    const char *slash = static_cast<const char *>(memchr(component, '/', end - component));
-    const char *componentEnd = slash != nullptr ? slash : end;
-    if (componentEnd > component) {
-      node = findOrCreateChild(node, component, componentEnd - component);
+  size_t i = 0;
+  while (node != nullptr && i < kMaxPathLen && dirPath[i] != '\0') {
+    if (dirPath[i] == '/') {
+      ++i;
+      continue;
     }
-    component = componentEnd + 1;
+    size_t start = i;
+    while (i < kMaxPathLen && dirPath[i] != '\0' && dirPath[i] != '/') {
+      ++i;
+    }
+    node = findOrCreateChild(node, dirPath + start, i - start);
   }
   return node;
 }
@@ -128,12 +136,9 @@ struct LastDirLookup {
 };
 LastDirLookup lastDir = {nullptr, nullptr, {}};
 
-httpdDirNode *findOrCreateDir(httpdTable *table, const char *dirPath) {
+__attribute__((noinline)) httpdDirNode *lookUpDir(httpdTable *table, const char *dirPath) {
   if (table == nullptr || table->root == nullptr || dirPath == nullptr) {
     return nullptr;
-  }
-  if (lastDir.table == table && strcmp(lastDir.path, dirPath) == 0) {
-    return lastDir.node;
   }
   httpdDirNode *node = walkDirPath(table, dirPath);
   size_t len = strlen(dirPath);
@@ -143,6 +148,13 @@ httpdDirNode *findOrCreateDir(httpdTable *table, const char *dirPath) {
     memcpy(lastDir.path, dirPath, len + 1);
   }
   return node;
+}
+
+inline httpdDirNode *findOrCreateDir(httpdTable *table, const char *dirPath) {
+  if (table != nullptr && table == lastDir.table && dirPath != nullptr && strcmp(lastDir.path, dirPath) == 0) {
+    return lastDir.node;
+  }
+  return lookUpDir(table, dirPath);
 }
 
 void copyTruncated(char *dst, const char *src) {
@@ -195,12 +207,14 @@ int httpdAddCContent(httpdTable *table, const char *dirPath, const char *opName,
     LOG_ERROR("httpdAddCContent, no operation name or handler\n");
     return -1;
   }
-  auto *entry = arenaNew<httpdRouteEntry>();
-  char *opCopy = entry != nullptr ? arenaCopy(opName, strlen(opName)) : nullptr;
-  if (opCopy == nullptr) {
+  size_t opLen = strlen(opName);
+  auto *entry = arenaNew<httpdRouteEntry>(opLen + 1);
+  if (entry == nullptr) {
     LOG_ERROR("httpdAddCContent, newEntry == NULL\n");
     return -1;
   }
+  auto *opCopy = reinterpret_cast<char *>(entry + 1);
+  memcpy(opCopy, opName, opLen + 1);
   *entry = httpdRouteEntry{opCopy, method, needsSession, handler, dir->operations};
   dir->operations = entry;
   return 0;
