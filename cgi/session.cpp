@@ -46,18 +46,20 @@ struct SessionLines {
 
 enum class Verdict { Allowed, Denied, InvalidLevel };
 
+constexpr char kSessionDir[] = "/tmp/session/";
+constexpr size_t kSessionDirLen = sizeof kSessionDir - 1;
+
 // The identifier names a file: anything that could leave the session
-// directory is refused before the file system is touched.
+// directory, or not fit the path buffer, is refused before the file system
+// is touched.
 bool isSafeSessionId(const char *id) {
   return id != nullptr && *id != '\0' && strchr(id, '/') == nullptr && strcmp(id, ".") != 0 &&
-         strcmp(id, "..") != 0;
+         strcmp(id, "..") != 0 && strlen(id) < kSessionPathSize - kSessionDirLen;
 }
 
 const char *sessionFilePath(const char *id, char *path, char *rooted, size_t rootedSize) {
-  int len = snprintf(path, kSessionPathSize, "/tmp/session/%s", id);
-  if (len < 0 || static_cast<size_t>(len) >= kSessionPathSize) {
-    return nullptr;
-  }
+  memcpy(path, kSessionDir, kSessionDirLen);
+  memcpy(path + kSessionDirLen, id, strlen(id) + 1);
   return rootedPath(path, rooted, rootedSize);
 }
 

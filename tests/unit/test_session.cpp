@@ -126,7 +126,8 @@ TEST_F(SessionTest, IdentifiersThatLeaveTheSessionDirectoryAreRefused) {
   writeFile(box.sessionPath("a/b"), "admin\n0\n");
   writeFile(box.path("/tmp/x"), "admin\n0\n");
   httpdRouteEntry entry = route(HTTPD_GET, 1);
-  for (const char *id : {"a/b", "../x", ".", "..", "", static_cast<const char *>(nullptr)}) {
+  std::string overlong(600, 'a');
+  for (const char *id : {"a/b", "../x", ".", "..", "", overlong.c_str(), static_cast<const char *>(nullptr)}) {
     EXPECT_EQ(checkSessionX(id, nullptr, &entry), -1) << (id ? id : "(null)");
   }
   EXPECT_EQ(readFile(box.sessionPath("a/b")), "admin\n0\n");
