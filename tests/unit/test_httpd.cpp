@@ -18,6 +18,7 @@ const std::string kJsonHeader = "Content-Type: application/json\r\n\r\n";
 void statGet() { fputs("stat-get", stdout); }
 void statPut() { fputs("stat-put", stdout); }
 void lldpStatus() { fputs("lldp-status", stdout); }
+void lldpMedStatus() { fputs("lldp-med-status", stdout); }
 void snmpDelete() { fputs("snmp-delete", stdout); }
 void plainPage() { fputs("plain", stdout); }
 void topLevel() { fputs("top", stdout); }
@@ -55,6 +56,7 @@ class HttpdDispatchTest : public HttpdTest, public ::testing::WithParamInterface
     httpdAddCContent(table, "/api/v2/monitoring/stats", "stat", HTTPD_GET, 0, statGet);
     httpdAddCContent(table, "/api/v2/monitoring/stats", "stat", HTTPD_PUT, 0, statPut);
     httpdAddCContent(table, "/api/v2/monitoring/lldp", "status", HTTPD_GET, 0, lldpStatus);
+    httpdAddCContent(table, "/api/v2/monitoring/lldp-med", "status", HTTPD_GET, 0, lldpMedStatus);
     httpdAddCContent(table, "/api//v2///monitoring/snmp/", "community", HTTPD_DELETE, 0, snmpDelete);
     httpdAddCContent(table, "/cgi-bin", "plain", HTTPD_GET, 0, plainPage);
     httpdAddCContent(table, "/", "top", HTTPD_GET, 0, topLevel);
@@ -63,6 +65,7 @@ class HttpdDispatchTest : public HttpdTest, public ::testing::WithParamInterface
 };
 
 TEST_P(HttpdDispatchTest, AnswersExactly) {
+  SCOPED_TRACE(std::string(GetParam().method ? GetParam().method : "(unset)") + " " + GetParam().uri);
   EXPECT_EQ(dispatch(buildTable(), GetParam().uri, GetParam().method), GetParam().expected);
 }
 
@@ -80,6 +83,8 @@ INSTANTIATE_TEST_SUITE_P(
         DispatchCase{"/api/v2/monitoring/stats/", "GET", ""},
         DispatchCase{"/api/v2/monitoring/lldp/status", "GET", kJsonHeader + "lldp-status"},
         DispatchCase{"/api/v2/monitoring/lldp/status?x=a/b", "GET", ""},
+        DispatchCase{"/api/v2/monitoring/lldp-med/status", "GET", kJsonHeader + "lldp-med-status"},
+        DispatchCase{"/api/v2/monitoring/lldp-/status", "GET", ""},
         DispatchCase{"/api/v2/monitoring//lldp/status", "GET", kJsonHeader + "lldp-status"},
         DispatchCase{"/api/v2/monitoring/snmp/community", "DELETE", kJsonHeader + "snmp-delete"},
         DispatchCase{"/cgi-bin/plain", "GET", "plain"},

@@ -45,6 +45,7 @@ class RequestDataCaseTest : public RequestDataTest, public ::testing::WithParamI
 
 TEST_P(RequestDataCaseTest, ReadsTheInputOfTheMethod) {
   const DataCase &c = GetParam();
+  SCOPED_TRACE(std::string(c.method ? c.method : "(unset)") + " length " + (c.contentLength ? c.contentLength : "(unset)"));
   setEnv("REQUEST_METHOD", c.method);
   setEnv("QUERY_STRING", c.query);
   setEnv("CONTENT_LENGTH", c.contentLength);
@@ -112,6 +113,7 @@ struct SplitCase {
 class QuerySplitTest : public ::testing::TestWithParam<SplitCase> {};
 
 TEST_P(QuerySplitTest, KeepsEveryPieceInOrder) {
+  SCOPED_TRACE(GetParam().text);
   QueryArray array(queryStringSplit(GetParam().text));
   ASSERT_NE(array.get(), nullptr);
   EXPECT_EQ(pieces(array.get()), GetParam().expected);
@@ -150,6 +152,7 @@ struct ParamCase {
 class QueryParamTest : public ::testing::TestWithParam<ParamCase> {};
 
 TEST_P(QueryParamTest, FirstEntryContainingTheKeyAndAnEqualsSignWins) {
+  SCOPED_TRACE(std::string(GetParam().key) + " in " + GetParam().query);
   QueryArray array(queryStringSplit(GetParam().query));
   const char *value = queryParamValue(GetParam().key, array.get());
   if (GetParam().expected == nullptr) {

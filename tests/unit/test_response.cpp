@@ -17,7 +17,9 @@ struct MessageCase {
 
 class ResultMessageTest : public ::testing::TestWithParam<MessageCase> {};
 
-TEST_P(ResultMessageTest, MessageOfCode) { EXPECT_STREQ(resultCodeMessage(GetParam().code), GetParam().message); }
+TEST_P(ResultMessageTest, MessageOfCode) {
+  EXPECT_STREQ(resultCodeMessage(GetParam().code), GetParam().message) << GetParam().code;
+}
 
 INSTANTIATE_TEST_SUITE_P(
     Codes, ResultMessageTest,
@@ -58,6 +60,7 @@ class EnvelopeTest : public ::testing::TestWithParam<EnvelopeCase> {};
 
 TEST_P(EnvelopeTest, PrintsTheFormattedEnvelope) {
   const EnvelopeCase &c = GetParam();
+  SCOPED_TRACE(c.expected);
   char *answer = nullptr;
   ASSERT_EQ(responseJsonRreallocStr(c.code, c.dataKey, c.dataText, &answer), 0);
   CText owned(answer);
@@ -66,6 +69,7 @@ TEST_P(EnvelopeTest, PrintsTheFormattedEnvelope) {
 
 TEST_P(EnvelopeTest, CopiesTheSameEnvelopeWithoutTerminator) {
   const EnvelopeCase &c = GetParam();
+  SCOPED_TRACE(c.expected);
   size_t len = strlen(c.expected);
   std::string buffer(len + 8, '#');
   ASSERT_EQ(responseJsonStr(c.code, c.dataKey, c.dataText, buffer.data()), 0);
