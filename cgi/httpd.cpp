@@ -157,10 +157,28 @@ inline httpdDirNode *findOrCreateDir(httpdTable *table, const char *dirPath) {
   return lookUpDir(table, dirPath);
 }
 
-void copyTruncated(char *dst, const char *src) {
-  size_t len = strnlen(src, kPathBufferSize - 1);
-  memcpy(dst, src, len);
-  dst[len] = '\0';
+// Copies at most 1023 characters of the URI and returns the last "/" of the
+// copy, or NULL. One pass, as the request path is read once per process.
+char *copyUri(char *dst, const char *uri) {
+  char *lastSlash = nullptr;
+  size_t i = 0;
+  for (; i < kPathBufferSize - 1 && uri[i] != '\0'; ++i) {
+    dst[i] = uri[i];
+    if (uri[i] == '/') {
+      lastSlash = dst + i;
+    }
+  }
+  dst[i] = '\0';
+  return lastSlash;
+}
+
+// The operation name ends where the query begins.
+void copyOpName(char *dst, const char *src) {
+  size_t i = 0;
+  for (; src[i] != '\0' && src[i] != '?'; ++i) {
+    dst[i] = src[i];
+  }
+  dst[i] = '\0';
 }
 
 const httpdRouteEntry *findRoute(const httpdDirNode *dir, const char *method, const char *opName) {
@@ -226,16 +244,14 @@ void httpdProcessRequest(httpdTable *table) {
     return;
   }
   char dirPath[kPathBufferSize];
-  copyTruncated(dirPath, uri);
   // The split comes before the query is cut: a "/" inside the query moves it.
-  char *lastSlash = strrchr(dirPath, '/');
+  char *lastSlash = copyUri(dirPath, uri);
   if (lastSlash == nullptr) {
     printf("Invalid request path '%s'\n", dirPath);
     return;
   }
   char opName[kPathBufferSize];
-  copyTruncated(opName, lastSlash + 1);
-  opName[strcspn(opName, "?")] = '\0';
+  copyOpName(opName, lastSlash + 1);
   if (lastSlash == dirPath) {
     lastSlash[1] = '\0';
   } else {
