@@ -14,17 +14,22 @@
 
 namespace frametest {
 
-inline std::string readFile(const std::string &path) {
+inline std::string readRest(FILE *file) {
   std::string text;
-  FILE *file = fopen(path.c_str(), "rb");
-  if (file == nullptr) {
-    return text;
-  }
   char buf[4096];
   size_t n;
   while ((n = fread(buf, 1, sizeof buf, file)) > 0) {
     text.append(buf, n);
   }
+  return text;
+}
+
+inline std::string readFile(const std::string &path) {
+  FILE *file = fopen(path.c_str(), "rb");
+  if (file == nullptr) {
+    return "";
+  }
+  std::string text = readRest(file);
   fclose(file);
   return text;
 }
@@ -83,13 +88,8 @@ std::string captureStdout(Fn fn) {
   fflush(stdout);
   dup2(saved, STDOUT_FILENO);
   close(saved);
-  std::string text;
   rewind(sink);
-  char buf[4096];
-  size_t n;
-  while ((n = fread(buf, 1, sizeof buf, sink)) > 0) {
-    text.append(buf, n);
-  }
+  std::string text = readRest(sink);
   fclose(sink);
   return text;
 }

@@ -21,15 +21,13 @@ TEST_P(ResultMessageTest, MessageOfCode) {
   EXPECT_STREQ(resultCodeMessage(GetParam().code), GetParam().message) << GetParam().code;
 }
 
+// The irregular spots of the table, the empty message and codes it lacks.
 INSTANTIATE_TEST_SUITE_P(
     Codes, ResultMessageTest,
-    ::testing::Values(MessageCase{0, "Success"}, MessageCase{999, "unknown fail"}, MessageCase{10000, "General Failed"},
-                      MessageCase{10003, "Invalid argument"}, MessageCase{10011, "Object exist"},
-                      MessageCase{10023, "Request api not found"}, MessageCase{10027, "Disable PTP Mode"},
-                      MessageCase{10024, "HTTP method is not suported for this request"},
-                      MessageCase{13101, "Create Vlan error"}, MessageCase{13103, "Add Interface IP error"},
-                      MessageCase{11000, ""}, MessageCase{17002, "Unsupported Feature"},
-                      MessageCase{-7, "Failed to allocate memory"}, MessageCase{-302, "Invalid REST API request"},
+    ::testing::Values(MessageCase{0, "Success"}, MessageCase{10003, "Invalid argument"},
+                      MessageCase{10027, "Disable PTP Mode"}, MessageCase{13101, "Create Vlan error"},
+                      MessageCase{13103, "Add Interface IP error"}, MessageCase{11000, ""},
+                      MessageCase{17002, "Unsupported Feature"}, MessageCase{-7, "Failed to allocate memory"},
                       MessageCase{12345, "Error code unknown"}, MessageCase{10013, "Error code unknown"},
                       MessageCase{-1, "Error code unknown"}));
 
@@ -53,8 +51,14 @@ struct EnvelopeCase {
   int32_t code;
   const char *dataKey;
   const char *dataText;
-  const char *expected;
+  std::string expected;
 };
+
+// An answer without data, in cJSON's formatted layout.
+std::string respOnly(const std::string &code, const std::string &message, const std::string &status) {
+  return "{\n\t\"resp\":\t{\n\t\t\"respCode\":\t" + code + ",\n\t\t\"respMsg\":\t\"" + message +
+         "\",\n\t\t\"status\":\t\"" + status + "\"\n\t}\n}";
+}
 
 class EnvelopeTest : public ::testing::TestWithParam<EnvelopeCase> {};
 
@@ -64,14 +68,13 @@ TEST_P(EnvelopeTest, PrintsTheFormattedEnvelope) {
   char *answer = nullptr;
   ASSERT_EQ(responseJsonRreallocStr(c.code, c.dataKey, c.dataText, &answer), 0);
   CText owned(answer);
-  EXPECT_STREQ(answer, c.expected);
+  EXPECT_EQ(answer, c.expected);
 }
 
 TEST_P(EnvelopeTest, CopiesTheSameEnvelopeWithoutTerminator) {
   const EnvelopeCase &c = GetParam();
   SCOPED_TRACE(c.expected);
-  size_t len = strlen(c.expected);
-  std::string buffer(len + 8, '#');
+  std::string buffer(c.expected.size() + 8, '#');
   ASSERT_EQ(responseJsonStr(c.code, c.dataKey, c.dataText, buffer.data()), 0);
   EXPECT_EQ(buffer, c.expected + std::string(8, '#'));
 }
@@ -87,27 +90,13 @@ INSTANTIATE_TEST_SUITE_P(
         EnvelopeCase{0, "snmp", "\"text\"",
                      "{\n\t\"snmp\":\t\"text\",\n\t\"resp\":\t{\n\t\t\"respCode\":\t0,\n\t\t\"respMsg\":\t\"Success\",\n"
                      "\t\t\"status\":\t\"success\"\n\t}\n}"},
-        EnvelopeCase{0, "stats", nullptr,
-                     "{\n\t\"resp\":\t{\n\t\t\"respCode\":\t0,\n\t\t\"respMsg\":\t\"Success\",\n"
-                     "\t\t\"status\":\t\"success\"\n\t}\n}"},
-        EnvelopeCase{0, nullptr, "{\"a\":1}",
-                     "{\n\t\"resp\":\t{\n\t\t\"respCode\":\t0,\n\t\t\"respMsg\":\t\"Success\",\n"
-                     "\t\t\"status\":\t\"success\"\n\t}\n}"},
-        EnvelopeCase{10003, "stats", "{\"a\":1}",
-                     "{\n\t\"resp\":\t{\n\t\t\"respCode\":\t10003,\n\t\t\"respMsg\":\t\"Invalid argument\",\n"
-                     "\t\t\"status\":\t\"fail\"\n\t}\n}"},
-        EnvelopeCase{10003, "stats", "not json at all",
-                     "{\n\t\"resp\":\t{\n\t\t\"respCode\":\t10003,\n\t\t\"respMsg\":\t\"Invalid argument\",\n"
-                     "\t\t\"status\":\t\"fail\"\n\t}\n}"},
-        EnvelopeCase{11000, nullptr, nullptr,
-                     "{\n\t\"resp\":\t{\n\t\t\"respCode\":\t11000,\n\t\t\"respMsg\":\t\"\",\n"
-                     "\t\t\"status\":\t\"fail\"\n\t}\n}"},
-        EnvelopeCase{-7, nullptr, nullptr,
-                     "{\n\t\"resp\":\t{\n\t\t\"respCode\":\t-7,\n\t\t\"respMsg\":\t\"Failed to allocate memory\",\n"
-                     "\t\t\"status\":\t\"fail\"\n\t}\n}"},
-        EnvelopeCase{12345, nullptr, nullptr,
-                     "{\n\t\"resp\":\t{\n\t\t\"respCode\":\t12345,\n\t\t\"respMsg\":\t\"Error code unknown\",\n"
-                     "\t\t\"status\":\t\"fail\"\n\t}\n}"}));
+        EnvelopeCase{0, "stats", nullptr, respOnly("0", "Success", "success")},
+        EnvelopeCase{0, nullptr, "{\"a\":1}", respOnly("0", "Success", "success")},
+        EnvelopeCase{10003, "stats", "{\"a\":1}", respOnly("10003", "Invalid argument", "fail")},
+        EnvelopeCase{10003, "stats", "not json at all", respOnly("10003", "Invalid argument", "fail")},
+        EnvelopeCase{11000, nullptr, nullptr, respOnly("11000", "", "fail")},
+        EnvelopeCase{-7, nullptr, nullptr, respOnly("-7", "Failed to allocate memory", "fail")},
+        EnvelopeCase{12345, nullptr, nullptr, respOnly("12345", "Error code unknown", "fail")}));
 
 class ResponseLogTest : public ::testing::Test {
  protected:
