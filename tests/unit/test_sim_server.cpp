@@ -1,0 +1,144 @@
+// The daemon's socket server and control commands.
+#include "sim/server.h"
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <thread>
+
+#include "sim/control.h"
+#include "sim_fixture.h"
+#include "tools/raii.h"
+
+namespace {
+
+using simtest::SimFixture;
+
+class SimServerTest : public SimFixture {
+ protected:
+  void SetUp() override { ASSERT_NE(mkdtemp(dir), nullptr); }
+  void TearDown() override {
+    for (const char *name : {"/state.json", "/s.sock", "/plain"}) unlink((std::string(dir) + name).c_str());
+    rmdir(dir);
+  }
+
+  // The answer's "error", or "ok" when it succeeded.
+  std::string outcome(SimServer &server, const std::string &line) {
+    JsonPtr answer(cJSON_Parse(server.answer(line).c_str()));
+    if (cJSON_IsTrue(cJSON_GetObjectItemCaseSensitive(answer.get(), "ok"))) return "ok";
+    const cJSON *error = cJSON_GetObjectItemCaseSensitive(answer.get(), "error");
+    return cJSON_IsString(error) ? error->valuestring : "no error text";
+  }
+
+  int connectTo(const std::string &path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    snprintf(address.sun_path, sizeof address.sun_path, "%s", path.c_str());
+    int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+    if (connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0) {
+      close(fd);
+      return -1;
+    }
+    return fd;
+  }
+
+  std::string roundTrip(int fd, const std::string &line) {
+    std::string data = line + "\n", reply;
+    EXPECT_EQ(send(fd, data.data(), data.size(), MSG_NOSIGNAL), static_cast<ssize_t>(data.size()));
+    char c = 0;
+    while (recv(fd, &c, 1, 0) == 1 && c != '\n') reply += c;
+    return reply;
+  }
+
+  char dir[32] = "/tmp/simserver.XXXXXX";
+  SimDispatcher dispatcher{sw};
+};
+
+TEST_F(SimServerTest, ControlCommandsAnswer) {
+  std::string statePath = std::string(dir) + "/state.json";
+  SimServer withState(dispatcher, statePath), without(dispatcher, "");
+  const struct {
+    SimServer *server;
+    std::string line;
+    const char *expected;
+  } cases[] = {
+      {&without, R"({"ctl":"ping"})", "ok"},
+      {&without, R"({"ctl":"fault","op":"openapiStatGet","rc":-20,"count":1})", "ok"},
+      {&without, R"({"ctl":"fault","op":"openapiStatGet","rc":"x"})", "\"rc\""},
+      {&without, R"({"ctl":"fault","op":"openapiStatGet","rc":-20,"count":-1})", "\"count\""},
+      {&without, R"({"ctl":"fault","op":"openapiNope","rc":-20})", "unknown operation"},
+      {&without, R"({"ctl":"stub","op":"openapiStatGet","answer":{"rc":0,"out":["7"]}})", "ok"},
+      {&without, R"({"ctl":"stub","op":"openapiStatGet","answer":[]})", "\"answer\""},
+      {&without, R"({"ctl":"load","state":{"vlans":[]}})", "systemDescription: missing"},
+      {&without, R"({"ctl":"load"})", "\"state\""},
+      {&without, R"({"ctl":"save"})", "--state"},
+      {&withState, R"({"ctl":"save"})", "ok"},
+      {&without, R"({"ctl":"explode"})", "unknown control command"},
+      {&without, R"({"op":"openapiStatGet","args":["2","5",null]})", "no error text"},  // an OpEN answer
+      {&without, R"({"neither":1})", "\"op\""},
+      {&without, R"({"ctl":"ping"} {"ctl":"ping"})", "JSON object"},
+      {&without, std::string("{\"ctl\":\"ping\"}\0x", 15), "NUL"},
+  };
+  for (const auto &c : cases) EXPECT_NE(outcome(*c.server, c.line).find(c.expected), std::string::npos) << c.line;
+  std::string error;
+  EXPECT_EQ(loadStateFile(dispatcher, statePath, error), 0) << "the saved file loads: " << error;
+}
+
+TEST_F(SimServerTest, ResetRestoresTheDefaultSwitch) {
+  SimServer server(dispatcher, "");
+  JsonPtr before(sw.toJson());
+  std::string pristine = CText(cJSON_PrintUnformatted(before.get())).get();
+  ASSERT_EQ(outcome(server, R"({"ctl":"fault","op":"openapiStatGet","rc":-20})"), "ok");
+  ASSERT_EQ(sim::openapiInterfaceStatsReset(sw, 1), OPEN_E_NONE);
+  server.answer(R"({"op":"openapiStatGet","args":["2","5",null]})");
+  ASSERT_EQ(outcome(server, R"({"ctl":"reset"})"), "ok");
+  EXPECT_EQ(dispatcher.callLogLines(), "");
+  JsonPtr state(sw.toJson());
+  EXPECT_EQ(CText(cJSON_PrintUnformatted(state.get())).get(), pristine);
+  EXPECT_EQ(server.answer(R"({"op":"openapiStatGet","args":["2","5",null]})"),
+            R"({"rc":0,"out":[")" + std::to_string(stat(ctr_rx_64, 5)) + R"("]})");
+}
+
+TEST_F(SimServerTest, ServesClientsAndCleansUp) {
+  std::string path = std::string(dir) + "/s.sock", plain = std::string(dir) + "/plain", error;
+  fclose(fopen(plain.c_str(), "w"));
+  SimServer refused(dispatcher, "");
+  EXPECT_EQ(refused.listenOn(plain, error), -1);
+  EXPECT_NE(error.find("not a socket"), std::string::npos) << error;
+
+  // A socket file left behind by a crashed daemon.
+  int stale = socket(AF_UNIX, SOCK_STREAM, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  snprintf(address.sun_path, sizeof address.sun_path, "%s", path.c_str());
+  ASSERT_EQ(bind(stale, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+  close(stale);
+
+  SimServer server(dispatcher, "");
+  ASSERT_EQ(server.listenOn(path, error), 0) << error;
+  std::thread serving([&] { server.run(); });
+  SimServer second(dispatcher, "");
+  EXPECT_EQ(second.listenOn(path, error), -1) << "a live daemon keeps its socket";
+  EXPECT_NE(error.find("already listening"), std::string::npos) << error;
+
+  int quitter = connectTo(path), a = connectTo(path), b = connectTo(path);
+  ASSERT_GE(quitter, 0);
+  ASSERT_GE(a, 0);
+  ASSERT_GE(b, 0);
+  send(quitter, "{\"op\":\"openapiStat", 18, MSG_NOSIGNAL);
+  close(quitter);  // gone in the middle of a request
+  EXPECT_EQ(roundTrip(a, R"({"ctl":"ping"})"), R"({"ok":true})");
+  EXPECT_EQ(roundTrip(b, R"({"op":"openapiConnectivityCheck","args":[]})"), R"({"rc":0,"out":[]})");
+  EXPECT_EQ(roundTrip(a, "garbage").find("\"rc\":-22"), 1u);
+  EXPECT_EQ(roundTrip(a, R"({"op":"openapiVlanCreatedCheck","args":["1"]})"), R"({"rc":0,"out":[]})");
+
+  server.stop();  // with clients still connected
+  serving.join();
+  close(a);
+  close(b);
+  EXPECT_NE(access(path.c_str(), F_OK), 0) << "the socket is removed at exit";
+}
+
+}  // namespace
