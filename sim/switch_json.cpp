@@ -84,9 +84,11 @@ class Reader {
   bool choice(const char *key, const char *yes, const char *no, bool &out) {
     const cJSON *item = member(key);
     if (item == nullptr) return false;
-    if (cJSON_IsString(item) && strcmp(item->valuestring, yes) == 0) return out = true, true;
-    if (cJSON_IsString(item) && strcmp(item->valuestring, no) == 0) return out = false, true;
-    return fail(key, std::string("expected \"") + yes + "\" or \"" + no + "\"");
+    bool isYes = cJSON_IsString(item) && strcmp(item->valuestring, yes) == 0;
+    bool isNo = cJSON_IsString(item) && strcmp(item->valuestring, no) == 0;
+    if (!isYes && !isNo) return fail(key, std::string("expected \"") + yes + "\" or \"" + no + "\"");
+    out = isYes;
+    return true;
   }
 
   bool fail(const std::string &key, const std::string &problem) {
