@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <pthread.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -9,7 +10,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <thread>
 
 #include "sim/control.h"
 #include "tools/raii.h"
@@ -126,13 +126,40 @@ void SimServer::run() {
   closeConnections();
 }
 
+struct SimServer::ConnectionStart {
+  SimServer *server;
+  int fd;
+};
+
+void *SimServer::connectionThread(void *arg) {
+  ConnectionStart *start = static_cast<ConnectionStart *>(arg);
+  start->server->serveConnection(start->fd);
+  delete start;
+  return nullptr;
+}
+
 void SimServer::acceptOne() {
   int fd = accept4(listenFd_, nullptr, nullptr, SOCK_CLOEXEC);
-  if (fd < 0) return;
+  if (fd < 0) {
+    // Out of descriptors: give the other connections a moment to finish
+    // rather than spinning on a listening socket that stays readable.
+    if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) usleep(10000);
+    return;
+  }
   std::lock_guard<std::mutex> lock(mutex_);
-  connections_.insert(fd);
-  ++running_;
-  std::thread([this, fd] { serveConnection(fd); }).detach();
+  pthread_attr_t attr;
+  pthread_attr_init(&attr);
+  pthread_attr_setdetachstate(&attr, PTHREAD_CREATE_DETACHED);
+  pthread_t thread;
+  auto *start = new ConnectionStart{this, fd};
+  if (pthread_create(&thread, &attr, connectionThread, start) == 0) {
+    connections_.insert(fd);
+    ++running_;
+  } else {
+    delete start;
+    close(fd);  // the client sees the connection end and may retry
+  }
+  pthread_attr_destroy(&attr);
 }
 
 void SimServer::serveConnection(int fd) {

@@ -33,6 +33,8 @@ class SimServer {
   std::string answer(const std::string &line);
 
  private:
+  struct ConnectionStart;
+  static void *connectionThread(void *arg);
   void serveConnection(int fd);
   void acceptOne();
   void closeConnections();
