@@ -151,10 +151,10 @@ void SwitchTest::TearDown() {
   }
 }
 
-std::string SwitchTest::login(const std::string &user, const std::string &privilege, long stamp) {
+std::string SwitchTest::login(const std::string &user, const std::string &privilege, std::optional<long> stamp) {
   static int counter = 0;
   std::string id = "s" + std::to_string(getpid()) + "x" + std::to_string(++counter);
-  std::string content = user + "\n" + std::to_string(stamp < 0 ? systemUptime() : stamp) + "\n";
+  std::string content = user + "\n" + std::to_string(stamp.value_or(systemUptime())) + "\n";
   if (user != "admin") content += privilege + "\n";
   FILE *file = fopen((root_ + "/tmp/session/" + id).c_str(), "w");
   fputs(content.c_str(), file);

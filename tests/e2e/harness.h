@@ -3,6 +3,7 @@
 // sandbox of its own (socket, MONITORING_ROOT, session files, log).
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,7 +28,8 @@ class SwitchTest : public ::testing::Test {
   void TearDown() override;
 
   // Writes a session file as the login page does; returns its identifier.
-  std::string login(const std::string &user, const std::string &privilege, long stamp = -1);
+  // The stamp defaults to the current uptime; it may lie before boot (negative).
+  std::string login(const std::string &user, const std::string &privilege, std::optional<long> stamp = std::nullopt);
   ProcessResult cgi(const CgiRequest &request);
   // A GET or other method with an administrator session already in place.
   ProcessResult call(const std::string &method, const std::string &uri, const std::string &body = "");

@@ -58,7 +58,8 @@ TEST_F(FrameTest, MethodsMatchInAnyCaseAndAPathWithoutSlashIsNamed) {
 
 TEST_F(FrameTest, SessionDecidesWhoMayCallWhat) {
   const std::string ro = login("guest", "ro"), rw = login("operator", "rw"), bad = login("odd", "rx");
-  const std::string expired = login("admin", "", systemUptime() - 7300);
+  const std::string expired = login("admin", "", systemUptime() - 7201);
+  const std::string edge = login("guest", "ro", systemUptime() - 7199);
   const std::string never = login("admin", "", 0);
   const struct {
     const char *name;
@@ -77,6 +78,7 @@ TEST_F(FrameTest, SessionDecidesWhoMayCallWhat) {
       {"read-write writes", rw.c_str(), "POST", "/api/v2/monitoring/stats/reset-all-interfaces-stats", true},
       {"unknown privilege", bad.c_str(), "GET", kStat, false},
       {"expired", expired.c_str(), "GET", kStat, false},
+      {"just within the idle limit", edge.c_str(), "GET", kStat, true},
       {"stamp 0 never expires", never.c_str(), "GET", kStat, true},
   };
   for (const auto &c : cases) {
