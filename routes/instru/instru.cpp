@@ -75,8 +75,8 @@ void macAddrGet() {
   char rooted[512];
   const char *path = rootedPath(name, rooted, sizeof rooted);
   char mac[32];
-  int32_t code = burnedInMac(path, mac);
-  remove(path);
+  int32_t code = path ? burnedInMac(path, mac) : RC_GENERAL_FAILED;
+  if (path) remove(path);
   JsonPtr data(code == RC_SUCCESS ? cJSON_CreateObject() : nullptr);
   if (data) cJSON_AddStringToObject(data.get(), "mac", mac);
   answerWith(code, kNosKey, data.get(), AnswerStyle::Data);

@@ -18,21 +18,17 @@ int countOf(const std::string &text, const std::string &part) {
   return count;
 }
 
+// The matching rules themselves are unit-tested; here: the real process
+// reads its environment and still exits 0 with nothing written.
 TEST_F(FrameTest, RequestsThatMatchNoRouteAnswerNothing) {
   const struct {
     const char *method;
     const char *uri;
   } cases[] = {
-      {"GET", "/api/v2/monitoring/stats/Stat"},                 // operations are case-sensitive
-      {"POST", "/api/v2/monitoring/stats/stat"},                // wrong method
-      {"PATCH", "/api/v2/monitoring/stats/stat"},
-      {"", "/api/v2/monitoring/stats/stat"},                    // no method at all
-      {"GET", "/api/v2/monitoring/stats/"},                     // empty operation
-      {"GET", "/api/v2/monitoring/stats/stat/"},
-      {"GET", "/api/v2/monitoring/lldp/status?x=a/b"},          // a "/" in the query moves the split
-      {"GET", "/api/v2/monitoring/nothing/stat"},
-      {"GET", "/api/v2/monitoring/stat"},
-      {"DELETE", "/api/v2/monitoring/instru-bst/config"},
+      {"GET", "/api/v2/monitoring/stats/Stat"},
+      {"POST", "/api/v2/monitoring/stats/stat"},
+      {"", "/api/v2/monitoring/stats/stat"},  // no method at all
+      {"GET", "/api/v2/monitoring/lldp/status?x=a/b"},
   };
   for (const auto &c : cases) {
     SCOPED_TRACE(std::string(c.method) + " " + c.uri);
@@ -57,10 +53,8 @@ TEST_F(FrameTest, MethodsMatchInAnyCaseAndAPathWithoutSlashIsNamed) {
 }
 
 TEST_F(FrameTest, SessionDecidesWhoMayCallWhat) {
-  const std::string ro = login("guest", "ro"), rw = login("operator", "rw"), bad = login("odd", "rx");
+  const std::string ro = login("guest", "ro");
   const std::string expired = login("admin", "", systemUptime() - 7201);
-  const std::string edge = login("guest", "ro", systemUptime() - 7199);
-  const std::string never = login("admin", "", 0);
   const struct {
     const char *name;
     const char *session;
@@ -69,17 +63,10 @@ TEST_F(FrameTest, SessionDecidesWhoMayCallWhat) {
     bool allowed;
   } cases[] = {
       {"no session", nullptr, "GET", kStat, false},
-      {"unknown session", "nosuchsession", "GET", kStat, false},
-      {"empty identifier", "", "GET", kStat, false},
       {"identifier with a slash", "../session/x", "GET", kStat, false},
-      {"dot dot", "..", "GET", kStat, false},
       {"read-only reads", ro.c_str(), "GET", kStat, true},
       {"read-only writes", ro.c_str(), "POST", "/api/v2/monitoring/stats/reset-all-interfaces-stats", false},
-      {"read-write writes", rw.c_str(), "POST", "/api/v2/monitoring/stats/reset-all-interfaces-stats", true},
-      {"unknown privilege", bad.c_str(), "GET", kStat, false},
       {"expired", expired.c_str(), "GET", kStat, false},
-      {"just within the idle limit", edge.c_str(), "GET", kStat, true},
-      {"stamp 0 never expires", never.c_str(), "GET", kStat, true},
   };
   for (const auto &c : cases) {
     SCOPED_TRACE(c.name);
