@@ -8,6 +8,7 @@
 
 #include "cgi/response.h"
 #include "cgi/routes.h"
+#include "routes/instru/show_version.h"
 #include "routes/families.h"
 #include "tools/answer.h"
 #include "tools/cli_show.h"
@@ -33,20 +34,7 @@ void unsupportedRead() {
 // Writes leave the body unread.
 void unsupportedWrite() { answerWith(RC_UNSUPPORTED_FEATURE, nullptr, nullptr, AnswerStyle::Line); }
 
-constexpr const char kMacLabel[] = "Burned In MAC Address";
 constexpr size_t kShowOutputMax = 65536;
-
-// The value after the label's dotted leader, or "" when absent.
-void macFromShowVersion(const char *output, char (&mac)[32]) {
-  memset(mac, 0, sizeof mac);
-  const char *at = strstr(output, kMacLabel);
-  if (at == nullptr) return;
-  at += sizeof kMacLabel - 1;
-  at += strspn(at, "\t .:");
-  size_t length = strcspn(at, "\t\n\r ");
-  if (length > sizeof mac - 1) length = sizeof mac - 1;
-  memcpy(mac, at, length);
-}
 
 // 0 with the file's first bytes in `output`, or a result code.
 int32_t readShowOutput(const char *path, char *output) {
