@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 #include "open/openapi.h"
 #include "open/opdesc.h"
@@ -17,21 +18,14 @@ namespace {
 constexpr const char *kDefaultSocket = "/tmp/opensim.sock";
 constexpr int kReplyTimeoutSecs = 30;
 
-struct Json {
-  cJSON *ptr;
-  explicit Json(cJSON *p) : ptr(p) {}
-  ~Json() { cJSON_Delete(ptr); }
-  Json(const Json &) = delete;
-  Json &operator=(const Json &) = delete;
+struct JsonDelete {
+  void operator()(cJSON *json) const { cJSON_Delete(json); }
 };
-
-struct Text {
-  char *ptr;
-  explicit Text(char *p) : ptr(p) {}
-  ~Text() { free(ptr); }
-  Text(const Text &) = delete;
-  Text &operator=(const Text &) = delete;
+struct FreeText {
+  void operator()(char *text) const { free(text); }
 };
+using Json = std::unique_ptr<cJSON, JsonDelete>;
+using Text = std::unique_ptr<char, FreeText>;
 
 int connectServer() {
   const char *path = getenv("OPEN_RPC_SOCKET");
@@ -94,22 +88,22 @@ void *argObject(const OpenArgDesc &arg, void *argAddress) {
 
 char *encodeRequest(const OpenOpDesc &op, void *const argv[]) {
   Json request(cJSON_CreateObject());
-  cJSON_AddStringToObject(request.ptr, "op", op.name);
-  cJSON *args = cJSON_AddArrayToObject(request.ptr, "args");
+  cJSON_AddStringToObject(request.get(), "op", op.name);
+  cJSON *args = cJSON_AddArrayToObject(request.get(), "args");
   for (uint8_t i = 0; i < op.argCount; ++i) {
     void *obj = argObject(op.args[i], argv[i]);
     if (obj == nullptr) return nullptr;
     cJSON_AddItemToArray(args, wireEncodeRequestArg(op.args[i], obj));
   }
-  return cJSON_PrintUnformatted(request.ptr);
+  return cJSON_PrintUnformatted(request.get());
 }
 
 open_error_t decodeReply(const OpenOpDesc &op, void *const argv[], const char *line) {
   Json reply(cJSON_ParseWithOpts(line, nullptr, 1));
-  const cJSON *rc = cJSON_GetObjectItemCaseSensitive(reply.ptr, "rc");
+  const cJSON *rc = cJSON_GetObjectItemCaseSensitive(reply.get(), "rc");
   int32_t result = 0;
   if (wireDecodeInt(OPEN_TYPE_I32, rc, &result) != 0) return OPEN_E_INTERNAL;
-  const cJSON *outs = cJSON_GetObjectItemCaseSensitive(reply.ptr, "out");
+  const cJSON *outs = cJSON_GetObjectItemCaseSensitive(reply.get(), "out");
   const cJSON *item = cJSON_IsArray(outs) ? outs->child : nullptr;
   // A refusal may come without outputs; then the caller's outputs stay untouched.
   for (uint8_t i = 0; i < op.argCount && item != nullptr; ++i) {
@@ -129,17 +123,17 @@ open_error_t openRpcCall(openapiClientHandle_t *client, OpenOpId id, void *const
   if (client == nullptr) return OPEN_E_PARAM;
   const OpenOpDesc &op = kOpenOps[id];
   Text request(encodeRequest(op, argv));
-  if (request.ptr == nullptr) return OPEN_E_PARAM;
+  if (request.get() == nullptr) return OPEN_E_PARAM;
   if (client->fd < 0) client->fd = connectServer();
   if (client->fd < 0) return OPEN_E_RPC;
-  size_t length = strlen(request.ptr);
-  request.ptr[length] = '\n';  // replaces the terminator; the length is kept apart
-  Text reply(sendAll(client->fd, request.ptr, length + 1) ? receiveLine(client->fd) : nullptr);
-  if (reply.ptr == nullptr) {
+  size_t length = strlen(request.get());
+  request.get()[length] = '\n';  // replaces the terminator; the length is kept apart
+  Text reply(sendAll(client->fd, request.get(), length + 1) ? receiveLine(client->fd) : nullptr);
+  if (reply.get() == nullptr) {
     disconnect(client);
     return OPEN_E_RPC;
   }
-  return decodeReply(op, argv, reply.ptr);
+  return decodeReply(op, argv, reply.get());
 }
 
 }  // namespace
