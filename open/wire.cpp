@@ -10,6 +10,11 @@
 #include <cstring>
 #include <string>
 
+// Every record must fit the storage of a simulator argument.
+#define OPEN_RECORD(tag, ctype, ...) static_assert(sizeof(ctype) <= sizeof(OpenSlot::value), #ctype " too large");
+#include "open/open_records.def"
+#undef OPEN_RECORD
+
 namespace {
 
 uint64_t readInt(OpenType type, const void *obj) {

@@ -58,6 +58,12 @@ cJSON *encodeOutputs(const OpenOpDesc &op, OpenSlot *slots) {
   return outs;
 }
 
+const OpenOpDesc *findOperation(const char *opName, std::string &error) {
+  const OpenOpDesc *op = openOpFind(opName);
+  if (op == nullptr) error = std::string("unknown operation: ") + opName;
+  return op;
+}
+
 }  // namespace
 
 std::string SimDispatcher::call(const char *requestLine) {
@@ -116,22 +122,16 @@ void SimDispatcher::logCall(const char *opName, cJSON *logIn, int rc) {
 }
 
 int SimDispatcher::setFault(const char *opName, int rc, long count, std::string &error) {
-  const OpenOpDesc *op = openOpFind(opName);
-  if (op == nullptr) {
-    error = std::string("unknown operation: ") + opName;
-    return -1;
-  }
+  const OpenOpDesc *op = findOperation(opName, error);
+  if (op == nullptr) return -1;
   std::lock_guard<std::mutex> lock(mutex_);
   scripts_[op - kOpenOps] = Script{count < 0 ? -1 : count, rc, replyLine(rc, nullptr)};
   return 0;
 }
 
 int SimDispatcher::setStub(const char *opName, const cJSON *answer, long count, std::string &error) {
-  const OpenOpDesc *op = openOpFind(opName);
-  if (op == nullptr) {
-    error = std::string("unknown operation: ") + opName;
-    return -1;
-  }
+  const OpenOpDesc *op = findOperation(opName, error);
+  if (op == nullptr) return -1;
   const cJSON *rcItem = cJSON_GetObjectItemCaseSensitive(answer, "rc");
   const cJSON *outs = cJSON_GetObjectItemCaseSensitive(answer, "out");
   int32_t rc = 0;

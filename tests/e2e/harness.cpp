@@ -89,6 +89,8 @@ std::string queryOf(const std::string &uri) {
 
 }  // namespace
 
+const std::string kJsonHeader = "Content-Type: application/json\r\n\r\n";
+
 long systemUptime() {
   timespec now{};
   clock_gettime(CLOCK_BOOTTIME, &now);
@@ -174,6 +176,14 @@ ProcessResult SwitchTest::cgi(const CgiRequest &request) {
     env.push_back("CONTENT_LENGTH=" + std::to_string(request.body.size()));
   }
   return runProcess({kBin + "/monitoring_v2.cgi"}, env, request.body, root_ + "/scratch");
+}
+
+ProcessResult SwitchTest::cgiAs(const char *session, const std::string &method, const std::string &uri) {
+  CgiRequest request;
+  request.method = method;
+  request.uri = uri;
+  request.session = session;
+  return cgi(request);
 }
 
 ProcessResult SwitchTest::call(const std::string &method, const std::string &uri, const std::string &body) {

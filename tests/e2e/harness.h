@@ -31,6 +31,7 @@ class SwitchTest : public ::testing::Test {
   // The stamp defaults to the current uptime; it may lie before boot (negative).
   std::string login(const std::string &user, const std::string &privilege, std::optional<long> stamp = std::nullopt);
   ProcessResult cgi(const CgiRequest &request);
+  ProcessResult cgiAs(const char *session, const std::string &method, const std::string &uri);
   // A GET or other method with an administrator session already in place.
   ProcessResult call(const std::string &method, const std::string &uri, const std::string &body = "");
   ProcessResult ctl(const std::vector<std::string> &args);
@@ -48,6 +49,9 @@ class SwitchTest : public ::testing::Test {
   std::string adminSession_;
   int daemonPid_ = -1;
 };
+
+// What dispatch writes before every REST answer.
+extern const std::string kJsonHeader;
 
 long systemUptime();
 // The envelope exactly as the program prints it.

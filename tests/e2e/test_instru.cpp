@@ -6,7 +6,6 @@
 
 namespace {
 
-const std::string kHeader = "Content-Type: application/json\r\n\r\n";
 
 struct Family {
   const char *dir;
@@ -54,7 +53,7 @@ const Family kFamilies[] = {
 class InstruTest : public SwitchTest {};
 
 TEST_F(InstruTest, EveryPlaceholderAnswersUnsupportedWithoutOpen) {
-  const std::string unsupported = kHeader + envelope(17002, "Unsupported Feature");
+  const std::string unsupported = kJsonHeader + envelope(17002, "Unsupported Feature");
   size_t routes = 0;
   for (const Family &family : kFamilies) {
     for (const auto &[method, op] : family.routes) {
@@ -83,9 +82,9 @@ bool scratchIsEmpty(const std::string &dir) {
 TEST_F(InstruTest, MacAddrReadsTheBurnedInAddressFromShowVersion) {
   const std::string uri = "/api/v2/monitoring/instru-nos/mac-addr";
   ProcessResult result = call("GET", uri);
-  ASSERT_EQ(result.out.rfind(kHeader + "{\n\t\"instruNos\":\t{\n\t\t\"mac\":\t\"", 0), 0u) << result.out;
+  ASSERT_EQ(result.out.rfind(kJsonHeader + "{\n\t\"instruNos\":\t{\n\t\t\"mac\":\t\"", 0), 0u) << result.out;
   std::string mac = result.out.substr(result.out.find("\"mac\":\t\"") + 8, 17);
-  EXPECT_EQ(result.out, kHeader + envelope(0, "Success", "instruNos", "{\"mac\":\"" + mac + "\"}"));
+  EXPECT_EQ(result.out, kJsonHeader + envelope(0, "Success", "instruNos", "{\"mac\":\"" + mac + "\"}"));
   EXPECT_NE(ctl({"dump"}).out.find(mac), std::string::npos) << "the simulated switch's own address";
   std::vector<std::string> logged = callsOf("openapiCliShowExecuteToFile");
   ASSERT_EQ(logged.size(), 1u);
@@ -101,11 +100,11 @@ TEST_F(InstruTest, MacAddrReadsTheBurnedInAddressFromShowVersion) {
   } failures[] = {{"-28", 17002, "Unsupported Feature"}, {"-20", 17002, "Unsupported Feature"}};
   for (const auto &f : failures) {
     ctlOk({"fault", "openapiCliShowExecuteToFile", f.openRc, "1"});
-    EXPECT_EQ(call("GET", uri).out, kHeader + envelope(f.code, f.message));
+    EXPECT_EQ(call("GET", uri).out, kJsonHeader + envelope(f.code, f.message));
   }
   // Executed, but no file came of it.
   ctlOk({"stub", "openapiCliShowExecuteToFile", R"({"rc":0,"out":[]})", "1"});
-  EXPECT_EQ(call("GET", uri).out, kHeader + envelope(10000, "General Failed"));
+  EXPECT_EQ(call("GET", uri).out, kJsonHeader + envelope(10000, "General Failed"));
   EXPECT_TRUE(scratchIsEmpty(root_ + "/mnt/application/vexo/tmp"));
 }
 

@@ -125,30 +125,6 @@ TEST_F(HttpdTest, OverlongUriIsCutBeforeItIsSplit) {
   EXPECT_EQ(dispatch(table, uri.c_str(), "GET"), kJsonHeader + "first");
 }
 
-TEST_F(HttpdTest, SessionRouteWithoutSessionIsForbidden) {
-  httpdTable *table = httpdCreateTable();
-  httpdAddCContent(table, "/api/v2/monitoring/stats", "stat", HTTPD_GET, 1, statGet);
-  EXPECT_EQ(dispatch(table, "/api/v2/monitoring/stats/stat", "GET"), "Status:403\r\n\r\n");
-  EXPECT_NE(box.logText().find("[httpdProcessRequest:"), std::string::npos);
-  EXPECT_NE(box.logText().find("] 403 Forbidden\n"), std::string::npos);
-}
-
-TEST_F(HttpdTest, SessionRouteWithLiveSessionRuns) {
-  frametest::writeFile(box.sessionPath("abc123"), "admin\n0\n");
-  setEnv("HTTP_SESSION", "abc123");
-  httpdTable *table = httpdCreateTable();
-  httpdAddCContent(table, "/api/v2/monitoring/stats", "stat", HTTPD_GET, 1, statGet);
-  EXPECT_EQ(dispatch(table, "/api/v2/monitoring/stats/stat", "GET"), kJsonHeader + "stat-get");
-}
-
-TEST_F(HttpdTest, ReadOnlySessionIsRefusedForWrites) {
-  frametest::writeFile(box.sessionPath("ro1"), "guest\n0\nro\n");
-  setEnv("HTTP_SESSION", "ro1");
-  httpdTable *table = httpdCreateTable();
-  httpdAddCContent(table, "/api/v2/monitoring/stats", "stat", HTTPD_PUT, 1, statPut);
-  EXPECT_EQ(dispatch(table, "/api/v2/monitoring/stats/stat", "PUT"), "Status:403\r\n\r\n");
-}
-
 // Registration remembers the last directory; that must not leak between
 // tables nor trust a caller's buffer whose text has changed since.
 TEST_F(HttpdTest, RememberedDirectoryBelongsToOneTableAndOnePath) {

@@ -260,15 +260,4 @@ TEST_F(SimSwitchTest, ShowVersionGoesToTheNamedFile) {
   rmdir(dir);
 }
 
-TEST_F(SimSwitchTest, StartUpQueriesAnswer) {
-  EXPECT_EQ(sim::openapiConnectivityCheck(sw), OPEN_E_NONE);
-  char buf[100];
-  open_buffdesc desc{sizeof buf, buf};
-  ASSERT_EQ(sim::openapiNetworkOSVersionGet(sw, &desc), OPEN_E_NONE);
-  EXPECT_EQ(buf, sw.identity().softwareVersion);
-  open_revision_data_t version{};
-  ASSERT_EQ(sim::openapiApiVersionGet(sw, &version), OPEN_E_NONE);
-  EXPECT_GT(version.release + version.version, 0u);
-}
-
 }  // namespace

@@ -146,12 +146,4 @@ TEST(WireTest, ScriptedOutputsTakeTheirHumanForm) {
   }
 }
 
-TEST(WireTest, EveryOperationIsDescribedOnceByItsInterfaceName) {
-  for (const OpenOpDesc &op : kOpenOps) {
-    EXPECT_EQ(openOpFind(op.name), &op) << op.name;
-    for (uint8_t i = 0; i < op.argCount; ++i) EXPECT_NE(op.args[i].name, nullptr);
-  }
-  EXPECT_EQ(openOpFind("rpcclt_openapiStatGet"), nullptr);
-}
-
 }  // namespace
