@@ -244,13 +244,14 @@ int getIntAndCpyTo(const cJSON *json, const char *key, uint32_t *value) {
     LOG_ERROR("%s param error :%s\r\n", key != nullptr ? key : "", printed ? printed.get() : "");
     return RC_INVALID_ARGUMENT;
   }
-  // cJSON's int view stops at INT_MAX, which would cut the upper half of the
-  // unsigned range; negative numbers wrap as a plain conversion would.
-  double number = item->valuedouble;
-  if (number >= 0) {
-    *value = number < static_cast<double>(UINT32_MAX) ? static_cast<uint32_t>(number) : UINT32_MAX;
-  } else {
-    *value = static_cast<uint32_t>(item->valueint);
-  }
+  *value = jsonNumberToU32(item);
   return RC_SUCCESS;
+}
+
+uint32_t jsonNumberToU32(const cJSON *number) {
+  // cJSON's int view stops at INT_MAX, which would cut the upper half of the
+  // unsigned range.
+  double value = number->valuedouble;
+  if (value >= 0) return value < static_cast<double>(UINT32_MAX) ? static_cast<uint32_t>(value) : UINT32_MAX;
+  return static_cast<uint32_t>(number->valueint);
 }

@@ -21,3 +21,6 @@ int responseJsonStr(int32_t code, const char *dataKey, const char *dataText, cha
 int responseJsonToStr(const cJSON *json, char **text);
 int getStrAndCpyTo(const cJSON *json, const char *key, char *dst, size_t len);
 int getIntAndCpyTo(const cJSON *json, const char *key, uint32_t *value);
+// A JSON number as an unsigned 32-bit value: negative numbers wrap as a
+// plain conversion would, larger ones stop at the top of the range.
+uint32_t jsonNumberToU32(const cJSON *number);

@@ -42,6 +42,10 @@ typedef struct {
 } open_inet_addr_t;
 
 typedef struct {
+  uint8_t u8[16];  // network order
+} open_in6_addr_t;
+
+typedef struct {
   char clientName[100];
   int fd;  // connection to the OpEN server, -1 until the first call
 } openapiClientHandle_t;

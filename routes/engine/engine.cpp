@@ -1,0 +1,187 @@
+#include "routes/engine/engine.h"
+
+#include <strings.h>
+
+#include <cstdlib>
+#include <cstring>
+
+#include "cgi/response.h"
+#include "routes/engine/values.h"
+#include "tools/address.h"
+
+namespace route {
+
+namespace {
+
+const cJSON *bodyMember(Request &request, const Bind &bind) {
+  const cJSON *holder = request.body();
+  if (bind.object != nullptr) holder = cJSON_GetObjectItem(holder, bind.object);
+  return cJSON_IsObject(holder) ? cJSON_GetObjectItem(holder, bind.key) : nullptr;
+}
+
+const QueryReader &readerOf(const Bind &bind, const Family &family) {
+  return bind.reader != nullptr ? *bind.reader : *family.reader;
+}
+
+int32_t readQueryNumber(const Bind &bind, const Family &family, Request &request, Slot &slot) {
+  if (!request.pinned(bind.key, &slot.num)) {
+    const QueryReader &reader = readerOf(bind, family);
+    slot.num = numberFromText(reader.find(request, bind.key), reader.digits);
+  }
+  return bind.required && slot.num == 0 ? RC_INVALID_ARGUMENT : RC_SUCCESS;
+}
+
+int32_t readQuery(const Bind &bind, const Family &family, Request &request, Slot &slot) {
+  if (bind.value == Value::Number) return readQueryNumber(bind, family, request, slot);
+  const char *text = readerOf(bind, family).find(request, bind.key);
+  if (bind.required && text == nullptr) return RC_INVALID_ARGUMENT;
+  switch (bind.value) {
+    case Value::Text: return fillText(bind, text, slot);
+    case Value::Choice: slot.num = static_cast<uint64_t>(choiceValue(*bind.choices, text)); break;
+    case Value::Address: addressFromText(text, &slot.addr); break;
+    case Value::Number: break;
+  }
+  return RC_SUCCESS;
+}
+
+int32_t readBody(const Bind &bind, Request &request, Slot &slot) {
+  const cJSON *item = bodyMember(request, bind);
+  bool fits = bind.value == Value::Number ? cJSON_IsNumber(item) : cJSON_IsString(item);
+  if (bind.required && !fits) return RC_INVALID_ARGUMENT;
+  const char *text = fits && bind.value != Value::Number ? item->valuestring : nullptr;
+  switch (bind.value) {
+    case Value::Number: slot.num = fits ? jsonNumberToU32(item) : 0; break;
+    case Value::Text: return fillText(bind, text, slot);
+    case Value::Choice: slot.num = static_cast<uint64_t>(choiceValue(*bind.choices, text)); break;
+    case Value::Address: addressFromText(text, &slot.addr); break;
+  }
+  return RC_SUCCESS;
+}
+
+int32_t readBodyOrQuery(const Bind &bind, const Family &family, Request &request, Slot &slot) {
+  const cJSON *item = bodyMember(request, bind);
+  slot.num = cJSON_IsNumber(item) ? jsonNumberToU32(item) : 0;
+  if (slot.num != 0) return RC_SUCCESS;
+  return readQueryNumber(bind, family, request, slot);
+}
+
+int32_t readInput(const Bind &bind, const Family &family, Request &request, Slot &slot) {
+  switch (bind.from) {
+    case From::Query: return readQuery(bind, family, request, slot);
+    case From::Body: return readBody(bind, request, slot);
+    case From::BodyOrQuery: return readBodyOrQuery(bind, family, request, slot);
+    case From::Constant: slot.num = static_cast<uint64_t>(bind.preset); return RC_SUCCESS;
+    case From::Custom: return bind.read(bind, request, slot);
+    case From::Nothing: return RC_SUCCESS;
+  }
+  return RC_SUCCESS;
+}
+
+bool needsBody(const Call &call, size_t count) {
+  for (size_t i = 0; i < count; ++i) {
+    if (call.binds[i].from == From::Body || call.binds[i].from == From::BodyOrQuery) return true;
+  }
+  return false;
+}
+
+// Interface numbers and the like that must be there before anything else is read.
+int32_t readRequiredQueries(const Call &call, size_t count, const Family &family, Request &request, Slot *slots) {
+  for (size_t i = 0; i < count; ++i) {
+    const Bind &bind = call.binds[i];
+    if (bind.from != From::Query || !bind.required) continue;
+    int32_t code = readQuery(bind, family, request, slots[i]);
+    if (code != RC_SUCCESS) return code;
+  }
+  return RC_SUCCESS;
+}
+
+int32_t readInputs(const Call &call, size_t count, const Family &family, Request &request, Slot *slots) {
+  int32_t code = readRequiredQueries(call, count, family, request, slots);
+  if (code == RC_SUCCESS && needsBody(call, count) && request.body() == nullptr) code = RC_INVALID_ARGUMENT;
+  for (size_t i = 0; i < count && code == RC_SUCCESS; ++i) {
+    const Bind &bind = call.binds[i];
+    if (!bind.isInput()) slots[i].num = static_cast<uint64_t>(bind.preset);
+    if (bind.kind == ArgKind::Buffer && !bind.isInput()) prepareOutputBuffer(bind, slots[i]);
+    if (bind.isInput() && !(bind.from == From::Query && bind.required)) code = readInput(bind, family, request, slots[i]);
+  }
+  return code;
+}
+
+// What the outputs show when a family answers a failed read with its defaults.
+void resetOutputs(const Call &call, size_t count, Slot *slots) {
+  for (size_t i = 0; i < count; ++i) {
+    const Bind &bind = call.binds[i];
+    if (!bind.isOutput()) continue;
+    slots[i].num = static_cast<uint64_t>(bind.preset);
+    slots[i].addr = open_inet_addr_t{};
+    memset(slots[i].record, 0, sizeof slots[i].record);
+    if (slots[i].storage) memset(slots[i].storage.get(), 0, slots[i].capacity + 1);
+  }
+}
+
+bool hasOutputs(const Call &call) {
+  for (size_t i = 0; i < bindCount(call); ++i) {
+    if (call.binds[i].isOutput()) return true;
+  }
+  return false;
+}
+
+int32_t mapped(Mapping mapping, int rc) {
+  switch (mapping) {
+    case Mapping::OpenRc: return openRcToResultCode(rc);
+    case Mapping::AnyFailure: return rc == 0 ? RC_SUCCESS : RC_GENERAL_FAILED;
+    case Mapping::ShowDefaults: return RC_SUCCESS;
+  }
+  return RC_GENERAL_FAILED;
+}
+
+int runCall(const Call &call, const Family &family, Request &request, cJSON *data, int32_t *refusal,
+            bool showDefaults) {
+  size_t count = bindCount(call);
+  Slot slots[kMaxBinds];
+  int32_t code = readInputs(call, count, family, request, slots);
+  if (code != RC_SUCCESS) {
+    if (refusal != nullptr) *refusal = code;
+    return OPEN_E_PARAM;
+  }
+  int rc = call.open.invoke(slots);
+  if (rc != OPEN_E_NONE && !showDefaults) return rc;
+  if (rc != OPEN_E_NONE) resetOutputs(call, count, slots);
+  for (size_t i = 0; i < count; ++i) {
+    if (call.binds[i].isOutput()) showValue(data, call.binds[i], slots[i]);
+  }
+  return rc;
+}
+
+}  // namespace
+
+int runCallInto(const Call &call, const Family &family, Request &request, cJSON *data, int32_t *refusal) {
+  return runCall(call, family, request, data, refusal, false);
+}
+
+void runRoute(const Route &route) {
+  const Answering &answering = *route.answering;
+  const char *dataKey = answering.family->dataKey;
+  Request request;
+  JsonPtr data(cJSON_CreateObject());
+  int32_t refusal = RC_SUCCESS;
+  int rc = runCall(route.call, *answering.family, request, data.get(), &refusal,
+                   answering.mapping == Mapping::ShowDefaults);
+  if (refusal != RC_SUCCESS) {
+    answerWith(refusal, dataKey, nullptr, answering.refused);
+    return;
+  }
+  int32_t code = mapped(answering.mapping, rc);
+  const cJSON *shown = code == RC_SUCCESS && hasOutputs(route.call) ? data.get() : nullptr;
+  answerWith(code, dataKey, shown, code == RC_SUCCESS ? answering.succeeded : answering.failed);
+}
+
+void addRoutes(httpdTable *table, const char *dir, const Route *rows, const httpdHandler *handlers, size_t first,
+               size_t end) {
+  for (size_t i = first; i < end; ++i) {
+    // A failed registration is logged by httpdAddCContent; that route is simply absent.
+    (void)httpdAddCContent(table, dir, rows[i].op, rows[i].method, 1, handlers[i]);
+  }
+}
+
+}  // namespace route

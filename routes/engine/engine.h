@@ -1,0 +1,116 @@
+#pragma once
+// The route engine: a route is one row of its family's table, naming the
+// OpEN function it calls and one binding per argument of that function.
+// The engine reads the bindings' inputs, makes the call, maps the result
+// and answers with the outputs, as the family's answering rules say.
+#include <array>
+#include <cstddef>
+#include <utility>
+
+#include "cgi/httpd.h"
+#include "routes/engine/bind.h"
+#include "routes/engine/invoke.h"
+#include "routes/engine/request.h"
+#include "tools/answer.h"
+
+namespace route {
+
+struct Family {
+  const char *dir;
+  const char *dataKey;
+  const QueryReader *reader;  // how query keys are read unless a binding says otherwise
+};
+
+// How an OpEN result becomes a result code: mapped, any failure as 10000,
+// or never a failure (the answer then shows the outputs' starting values).
+enum class Mapping : uint8_t { OpenRc, AnyFailure, ShowDefaults };
+
+// How a family answers one kind of route: the mapping, and how each outcome
+// is written (refused before any OpEN call, OpEN failed, success).
+struct Answering {
+  const Family *family;
+  Mapping mapping;
+  AnswerStyle refused, failed, succeeded;
+};
+
+constexpr size_t kMaxBinds = 12;
+
+// One OpEN call with its bindings, in the function's argument order.
+struct Call {
+  OpenCall open;
+  Bind binds[kMaxBinds];
+};
+
+struct Route {
+  const char *op;
+  int method;
+  const Answering *answering;
+  Call call;
+  httpdHandler custom;  // a route that is not one call
+};
+
+constexpr Route custom(const char *op, int method, httpdHandler handler) {
+  return {op, method, nullptr, {}, handler};
+}
+
+constexpr size_t bindCount(const Call &call) {
+  size_t n = 0;
+  while (n < kMaxBinds && !call.binds[n].isEnd()) ++n;
+  return n;
+}
+
+constexpr bool bindFits(const Bind &bind, const ArgTag &param) {
+  if (bind.kind != param.kind) return false;
+  if (param.kind == ArgKind::RecordPointer && bind.recordType != param.recordType) return false;
+  if (bind.kind == ArgKind::Buffer && bind.buffer == nullptr) return false;
+  return bind.isInput() || bind.isOutput();
+}
+
+constexpr bool callFits(const Call &call) {
+  if (bindCount(call) != call.open.paramCount) return false;
+  for (size_t i = 0; i < call.open.paramCount; ++i) {
+    if (!bindFits(call.binds[i], call.open.params[i])) return false;
+  }
+  return true;
+}
+
+// Runs one route row: inputs, the call, the answer.
+void runRoute(const Route &route);
+
+// Runs the call with inputs from `request` and adds its outputs to `data`.
+// The OpEN result; nothing is added unless it is 0. `refusal`, when given,
+// receives a result code for inputs that refuse the call (then no call is made).
+int runCallInto(const Call &call, const Family &family, Request &request, cJSON *data, int32_t *refusal = nullptr);
+
+template <const Route &R>
+void routeHandler() {
+  static_assert(callFits(R.call), "a binding of this route does not fit the OpEN function it calls");
+  runRoute(R);
+}
+
+template <const Route &R>
+constexpr httpdHandler handlerOf() {
+  if constexpr (R.custom != nullptr) {
+    return R.custom;
+  } else {
+    return &routeHandler<R>;
+  }
+}
+
+template <const auto &Table, size_t... I>
+constexpr std::array<httpdHandler, sizeof...(I)> handlersOf(std::index_sequence<I...>) {
+  return {handlerOf<Table[I]>()...};
+}
+
+void addRoutes(httpdTable *table, const char *dir, const Route *rows, const httpdHandler *handlers, size_t first,
+               size_t end);
+
+// Registers rows [first, end) of a family's table, in table order.
+template <const auto &Table>
+void registerRoutes(httpdTable *table, const char *dir, size_t first = 0,
+                    size_t end = std::size(Table)) {
+  static constexpr auto kHandlers = handlersOf<Table>(std::make_index_sequence<std::size(Table)>{});
+  addRoutes(table, dir, Table, kHandlers.data(), first, end);
+}
+
+}  // namespace route
