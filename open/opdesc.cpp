@@ -1,30 +1,35 @@
 #include "open/opdesc.h"
 
 #include <cstring>
+#include <type_traits>
 
 namespace {
 
-#define OPEN_FIELD_DESC(T, n) {OPEN_TYPE_##T, static_cast<uint16_t>(offsetof(ctype_, n))},
-#define OPEN_RECORD(tag, ctype, ...)                                                      \
-  struct tag##_fields {                                                                   \
-    using ctype_ = ctype;                                                                 \
-    static constexpr OpenField list[] = {OPEN_FOR_EACH(OPEN_FIELD_DESC, __VA_ARGS__)};     \
+constexpr OpenKind kindOf_INT = OpenKind::Int;
+constexpr OpenKind kindOf_TEXT = OpenKind::Text;
+constexpr OpenKind kindOf_WORDS = OpenKind::Words;
+constexpr OpenKind kindOf_BYTES = OpenKind::Bytes;
+constexpr OpenKind kindOf_ADDR = OpenKind::Addr;
+constexpr OpenKind kindOf_IN6 = OpenKind::In6;
+
+#define OPEN_FIELD_DESC(T, n, ...) \
+  {OPEN_TYPE_##T, #n, static_cast<uint32_t>(offsetof(ctype_, n)), OPEN_MEMBER_LENGTH(__VA_ARGS__)},
+#define OPEN_RECORD(tag, ctype, ...)                                                  \
+  struct tag##_fields {                                                               \
+    using ctype_ = ctype;                                                             \
+    static constexpr OpenField list[] = {OPEN_FOR_EACH(OPEN_FIELD_DESC, __VA_ARGS__)}; \
   };
 #include "open/open_records.def"
 #undef OPEN_RECORD
 #undef OPEN_FIELD_DESC
 
 const OpenTypeInfo kTypes[OPEN_TYPE_COUNT] = {
-    {"U8", OpenKind::Int, 1, false, nullptr, 0},
-    {"U32", OpenKind::Int, 4, false, nullptr, 0},
-    {"I32", OpenKind::Int, 4, true, nullptr, 0},
-    {"U64", OpenKind::Int, 8, false, nullptr, 0},
-    {"TXT", OpenKind::Buf, 0, false, nullptr, 0},
-    {"W64", OpenKind::Buf, 0, false, nullptr, 0},
-    {"BIN", OpenKind::Buf, 0, false, nullptr, 0},
-    {"ADDR", OpenKind::Addr, sizeof(open_inet_addr_t), false, nullptr, 0},
-#define OPEN_RECORD(tag, ctype, ...)                                          \
-  {#tag, OpenKind::Record, sizeof(ctype), false, tag##_fields::list,          \
+#define OPEN_TYPE(tag, ctype, kind) \
+  {#tag, kindOf_##kind, sizeof(ctype), std::is_signed_v<ctype>, nullptr, 0},
+#include "open/open_types.def"
+#undef OPEN_TYPE
+#define OPEN_RECORD(tag, ctype, ...)                                 \
+  {#tag, OpenKind::Record, sizeof(ctype), false, tag##_fields::list, \
    static_cast<uint8_t>(sizeof(tag##_fields::list) / sizeof(OpenField))},
 #include "open/open_records.def"
 #undef OPEN_RECORD

@@ -1,7 +1,7 @@
 #pragma once
 // Descriptors of the OpEN operations and argument types, derived from
-// open_ops.def and open_records.def: what the client marshals, what the
-// simulator dispatches, logs and scripts.
+// open_ops.def, open_types.def and open_records.def: what the client
+// marshals, what the simulator dispatches, logs and scripts.
 #include <cstddef>
 #include <cstdint>
 
@@ -9,17 +9,12 @@
 
 enum class OpenDir : uint8_t { In, Out, InOut };
 
-enum class OpenKind : uint8_t { Int, Buf, Addr, Record };
+enum class OpenKind : uint8_t { Int, Text, Words, Bytes, Addr, In6, Record };
 
 enum OpenType : uint8_t {
-  OPEN_TYPE_U8,
-  OPEN_TYPE_U32,
-  OPEN_TYPE_I32,
-  OPEN_TYPE_U64,
-  OPEN_TYPE_TXT,
-  OPEN_TYPE_W64,
-  OPEN_TYPE_BIN,
-  OPEN_TYPE_ADDR,
+#define OPEN_TYPE(tag, ctype, kind) OPEN_TYPE_##tag,
+#include "open/open_types.def"
+#undef OPEN_TYPE
 #define OPEN_RECORD(tag, ctype, ...) OPEN_TYPE_##tag,
 #include "open/open_records.def"
 #undef OPEN_RECORD
@@ -28,17 +23,23 @@ enum OpenType : uint8_t {
 
 struct OpenField {
   OpenType type;
-  uint16_t offset;
+  const char *name;
+  uint32_t offset;
+  uint32_t length;  // elements: 1, or the length of an array member
 };
 
 struct OpenTypeInfo {
   const char *name;
   OpenKind kind;
-  uint8_t size;       // bytes of an integer or of the record
+  uint32_t size;  // bytes of the C type
   bool isSigned;
   const OpenField *fields;  // records only
   uint8_t fieldCount;
 };
+
+inline bool openKindIsBuffer(OpenKind kind) {
+  return kind == OpenKind::Text || kind == OpenKind::Words || kind == OpenKind::Bytes;
+}
 
 struct OpenArgDesc {
   OpenDir dir;
@@ -64,10 +65,9 @@ const OpenTypeInfo &openTypeInfo(OpenType type);
 // NULL when no operation has that interface name.
 const OpenOpDesc *openOpFind(const char *name);
 
-// Inputs travel by value; outputs, buffers and addresses by pointer.
+// Integer inputs travel by value; everything else by pointer.
 inline bool openArgByValue(const OpenArgDesc &arg) {
-  OpenKind kind = openTypeInfo(arg.type).kind;
-  return arg.dir == OpenDir::In && (kind == OpenKind::Int || kind == OpenKind::Record);
+  return arg.dir == OpenDir::In && openTypeInfo(arg.type).kind == OpenKind::Int;
 }
 inline bool openArgIsInput(const OpenArgDesc &arg) { return arg.dir != OpenDir::Out; }
 inline bool openArgIsOutput(const OpenArgDesc &arg) { return arg.dir != OpenDir::In; }

@@ -38,26 +38,30 @@
 #define OPEN_FN_RPC(name) rpcclt_##name
 #define OPEN_FN_PLAIN(name) name
 
-// Argument types. VAL is how an input travels, REF how an output does.
-#define OPEN_VAL_U8 uint8_t
-#define OPEN_REF_U8 uint8_t *
-#define OPEN_VAL_U32 uint32_t
-#define OPEN_REF_U32 uint32_t *
-#define OPEN_VAL_I32 int32_t
-#define OPEN_REF_I32 int32_t *
-#define OPEN_VAL_U64 uint64_t
-#define OPEN_REF_U64 uint64_t *
-#define OPEN_VAL_TXT open_buffdesc *  // text, NUL-terminated within its size
-#define OPEN_REF_TXT open_buffdesc *
-#define OPEN_VAL_W64 open_buffdesc *  // block of 64-bit words
-#define OPEN_REF_W64 open_buffdesc *
-#define OPEN_VAL_BIN open_buffdesc *  // raw bytes
-#define OPEN_REF_BIN open_buffdesc *
-#define OPEN_VAL_ADDR open_inet_addr_t *
-#define OPEN_REF_ADDR open_inet_addr_t *
-#define OPEN_VAL_VER open_revision_data_t
-#define OPEN_REF_VER open_revision_data_t *
+// How each type of open_types.def and open_records.def appears in a
+// prototype (`in`, `out`) and inside a record (`value`).
+#define OPEN_TRAITS_INT(tag, ctype)   \
+  struct open_arg_##tag {             \
+    typedef ctype value;              \
+    typedef ctype in;                 \
+    typedef ctype *out;               \
+  };
+#define OPEN_TRAITS_BY_POINTER(tag, ctype) \
+  struct open_arg_##tag {                  \
+    typedef ctype value;                   \
+    typedef ctype *in;                     \
+    typedef ctype *out;                    \
+  };
+#define OPEN_TRAITS_TEXT OPEN_TRAITS_BY_POINTER
+#define OPEN_TRAITS_WORDS OPEN_TRAITS_BY_POINTER
+#define OPEN_TRAITS_BYTES OPEN_TRAITS_BY_POINTER
+#define OPEN_TRAITS_ADDR OPEN_TRAITS_BY_POINTER
+#define OPEN_TRAITS_IN6 OPEN_TRAITS_BY_POINTER
 
-#define OPEN_PARAM_IN(T) OPEN_VAL_##T
-#define OPEN_PARAM_OUT(T) OPEN_REF_##T
-#define OPEN_PARAM_INOUT(T) OPEN_REF_##T
+#define OPEN_PARAM_IN(T) open_arg_##T::in
+#define OPEN_PARAM_OUT(T) open_arg_##T::out
+#define OPEN_PARAM_INOUT(T) open_arg_##T::out
+
+// A record member, optionally an array: (type, name) or (type, name, length).
+#define OPEN_MEMBER_DECL(T, n, ...) open_arg_##T::value n __VA_OPT__([__VA_ARGS__]);
+#define OPEN_MEMBER_LENGTH(...) (1 __VA_OPT__(-1 + __VA_ARGS__))

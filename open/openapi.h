@@ -50,12 +50,17 @@ typedef struct {
   int fd;  // connection to the OpEN server, -1 until the first call
 } openapiClientHandle_t;
 
-// Records passed whole through OpEN, generated from open_records.def.
-#define OPEN_RECORD_FIELD(T, n) OPEN_VAL_##T n;
-#define OPEN_RECORD(tag, ctype, ...) typedef struct { OPEN_FOR_EACH(OPEN_RECORD_FIELD, __VA_ARGS__) } ctype;
+// The argument types, generated from open_types.def and open_records.def.
+#define OPEN_TYPE(tag, ctype, kind) OPEN_TRAITS_##kind(tag, ctype)
+#include "open/open_types.def"
+#undef OPEN_TYPE
+#define OPEN_RECORD(tag, ctype, ...)                                  \
+  typedef struct {                                                    \
+    OPEN_FOR_EACH(OPEN_MEMBER_DECL, __VA_ARGS__)                      \
+  } ctype;                                                            \
+  OPEN_TRAITS_BY_POINTER(tag, ctype)
 #include "open/open_records.def"
 #undef OPEN_RECORD
-#undef OPEN_RECORD_FIELD
 
 open_error_t openapiClientRegister(const char *clientName, openapiClientHandle_t *clientHandle);
 open_error_t openapiClientTearDown(openapiClientHandle_t *clientHandle);

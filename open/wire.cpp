@@ -10,62 +10,63 @@
 #include <cstring>
 #include <string>
 
-// Every record must fit the storage of a simulator argument.
-#define OPEN_RECORD(tag, ctype, ...) static_assert(sizeof(ctype) <= sizeof(OpenSlot::value), #ctype " too large");
-#include "open/open_records.def"
-#undef OPEN_RECORD
-
 namespace {
 
-uint64_t readInt(OpenType type, const void *obj) {
-  switch (type) {
-    case OPEN_TYPE_U8: return *static_cast<const uint8_t *>(obj);
-    case OPEN_TYPE_I32: return static_cast<uint64_t>(static_cast<int64_t>(*static_cast<const int32_t *>(obj)));
-    case OPEN_TYPE_U64: return *static_cast<const uint64_t *>(obj);
-    default: return *static_cast<const uint32_t *>(obj);
+// Buffers on the simulator's side; the client decodes into the caller's own
+// buffers instead (no storage).
+using OpenStorage = std::deque<std::vector<char>>;
+
+// One entry per kind of type: to the wire and back (requests and answers),
+// to the call log, from a scripted answer. `content` is false for an output
+// on its way to the server: it carries only a buffer's capacity.
+struct OpenCodec {
+  cJSON *(*toWire)(const OpenTypeInfo &type, const void *obj, bool content);
+  int (*fromWire)(const OpenTypeInfo &type, const cJSON *json, void *obj, bool content, OpenStorage *storage);
+  cJSON *(*toLog)(const OpenTypeInfo &type, const void *obj);
+  int (*fromScript)(const OpenTypeInfo &type, const cJSON *json, void *obj, OpenStorage *storage);
+};
+const OpenCodec &codecOf(OpenKind kind);
+
+// ---- Integers ----
+
+uint64_t readInt(const OpenTypeInfo &type, const void *obj) {
+  switch (type.size) {
+    case 1: return type.isSigned ? static_cast<uint64_t>(*static_cast<const int8_t *>(obj)) : *static_cast<const uint8_t *>(obj);
+    case 2: return type.isSigned ? static_cast<uint64_t>(*static_cast<const int16_t *>(obj)) : *static_cast<const uint16_t *>(obj);
+    case 4: return type.isSigned ? static_cast<uint64_t>(*static_cast<const int32_t *>(obj)) : *static_cast<const uint32_t *>(obj);
+    default: return *static_cast<const uint64_t *>(obj);
   }
 }
 
-void writeInt(OpenType type, void *obj, uint64_t value) {
-  switch (type) {
-    case OPEN_TYPE_U8: *static_cast<uint8_t *>(obj) = static_cast<uint8_t>(value); break;
-    case OPEN_TYPE_I32: *static_cast<int32_t *>(obj) = static_cast<int32_t>(value); break;
-    case OPEN_TYPE_U64: *static_cast<uint64_t *>(obj) = value; break;
-    default: *static_cast<uint32_t *>(obj) = static_cast<uint32_t>(value); break;
+void writeInt(const OpenTypeInfo &type, void *obj, uint64_t value) {
+  switch (type.size) {
+    case 1: *static_cast<uint8_t *>(obj) = static_cast<uint8_t>(value); break;
+    case 2: *static_cast<uint16_t *>(obj) = static_cast<uint16_t>(value); break;
+    case 4: *static_cast<uint32_t *>(obj) = static_cast<uint32_t>(value); break;
+    default: *static_cast<uint64_t *>(obj) = value; break;
   }
 }
 
-void formatInt(OpenType type, uint64_t value, char *text, size_t size) {
-  if (openTypeInfo(type).isSigned) {
+void formatInt(const OpenTypeInfo &type, uint64_t value, char *text, size_t size) {
+  if (type.isSigned) {
     snprintf(text, size, "%" PRId64, static_cast<int64_t>(value));
   } else {
     snprintf(text, size, "%" PRIu64, value);
   }
 }
 
-cJSON *intAsText(OpenType type, const void *obj) {
-  char text[24];
-  formatInt(type, readInt(type, obj), text, sizeof text);
-  return cJSON_CreateString(text);
-}
-
-cJSON *intAsNumber(OpenType type, const void *obj) {
-  char text[24];
-  formatInt(type, readInt(type, obj), text, sizeof text);
-  return cJSON_CreateRaw(text);  // a JSON number with every digit kept
-}
-
-bool inRange(OpenType type, int64_t sval, uint64_t uval, bool negative) {
-  switch (type) {
-    case OPEN_TYPE_U8: return !negative && uval <= UINT8_MAX;
-    case OPEN_TYPE_U32: return !negative && uval <= UINT32_MAX;
-    case OPEN_TYPE_I32: return sval >= INT32_MIN && sval <= INT32_MAX;
-    default: return !negative;
+bool inRange(const OpenTypeInfo &type, int64_t sval, uint64_t uval, bool negative) {
+  unsigned bits = 8 * type.size;
+  if (type.isSigned) {
+    if (bits == 64) return true;
+    int64_t limit = int64_t{1} << (bits - 1);
+    return sval >= -limit && sval < limit;
   }
+  return !negative && (bits == 64 || uval < (uint64_t{1} << bits));
 }
 
-int parseIntText(OpenType type, const char *text, uint64_t *value) {
-  if (*text == '\0' || (!openTypeInfo(type).isSigned && *text == '-')) return -1;
+int parseIntText(const OpenTypeInfo &type, const char *text, uint64_t *value) {
+  if (*text == '\0' || (!type.isSigned && *text == '-')) return -1;
   char *end = nullptr;
   errno = 0;
   bool negative = *text == '-';
@@ -77,14 +78,14 @@ int parseIntText(OpenType type, const char *text, uint64_t *value) {
   } else {
     uval = strtoull(text, &end, 10);
     sval = static_cast<int64_t>(uval);
-    if (openTypeInfo(type).isSigned && uval > INT64_MAX) return -1;
+    if (type.isSigned && uval > INT64_MAX) return -1;
   }
   if (errno != 0 || *end != '\0' || !inRange(type, sval, uval, negative)) return -1;
   *value = uval;
   return 0;
 }
 
-int parseIntNumber(OpenType type, double number, uint64_t *value) {
+int parseIntNumber(const OpenTypeInfo &type, double number, uint64_t *value) {
   if (!std::isfinite(number) || number != std::floor(number)) return -1;
   // A double holds integers exactly only up to 2^53; larger ones must come as text.
   if (std::fabs(number) > 9007199254740992.0) return -1;
@@ -92,10 +93,41 @@ int parseIntNumber(OpenType type, double number, uint64_t *value) {
   int64_t sval = static_cast<int64_t>(number);
   uint64_t uval = static_cast<uint64_t>(sval);
   if (!inRange(type, sval, uval, negative)) return -1;
-  if (negative && !openTypeInfo(type).isSigned) return -1;
   *value = uval;
   return 0;
 }
+
+int decodeInt(const OpenTypeInfo &type, const cJSON *json, void *obj) {
+  uint64_t value = 0;
+  int rc = -1;
+  if (cJSON_IsString(json)) rc = parseIntText(type, json->valuestring, &value);
+  if (cJSON_IsNumber(json)) rc = parseIntNumber(type, json->valuedouble, &value);
+  if (rc == 0) writeInt(type, obj, value);
+  return rc;
+}
+
+cJSON *intToWire(const OpenTypeInfo &type, const void *obj, bool content) {
+  if (!content) return cJSON_CreateNull();
+  char text[24];
+  formatInt(type, readInt(type, obj), text, sizeof text);
+  return cJSON_CreateString(text);
+}
+
+int intFromWire(const OpenTypeInfo &type, const cJSON *json, void *obj, bool content, OpenStorage *) {
+  return content ? decodeInt(type, json, obj) : 0;
+}
+
+cJSON *intToLog(const OpenTypeInfo &type, const void *obj) {
+  char text[24];
+  formatInt(type, readInt(type, obj), text, sizeof text);
+  return cJSON_CreateRaw(text);  // a JSON number with every digit kept
+}
+
+int intFromScript(const OpenTypeInfo &type, const cJSON *json, void *obj, OpenStorage *) {
+  return decodeInt(type, json, obj);
+}
+
+// ---- Buffers ----
 
 const char kHex[] = "0123456789abcdef";
 
@@ -129,7 +161,102 @@ int unhex(const char *text, std::vector<char> &out) {
   return 0;
 }
 
-cJSON *addrToJson(const open_inet_addr_t *addr) {
+// Gives the descriptor `size` zero-filled bytes of its own (at least one, so
+// that it always points somewhere).
+void giveStorage(open_buffdesc *desc, size_t size, OpenStorage &storage) {
+  storage.emplace_back(size > 0 ? size : 1, '\0');
+  desc->pstart = storage.back().data();
+  desc->size = static_cast<uint32_t>(size);
+}
+
+// Copies bytes into a buffer that has storage already: the caller's own on
+// the client, never past the size it described.
+void fillWithin(open_buffdesc *desc, const std::vector<char> &bytes) {
+  size_t copied = bytes.size() < desc->size ? bytes.size() : desc->size;
+  if (copied > 0 && desc->pstart != nullptr) memcpy(desc->pstart, bytes.data(), copied);
+}
+
+cJSON *bufferToWire(const OpenTypeInfo &, const void *obj, bool content) {
+  const auto *desc = static_cast<const open_buffdesc *>(obj);
+  cJSON *json = cJSON_CreateObject();
+  cJSON_AddNumberToObject(json, "size", desc->size);
+  if (content) cJSON_AddItemToObject(json, "hex", hexString(desc->pstart, desc->pstart ? desc->size : 0));
+  return json;
+}
+
+int bufferFromWire(const OpenTypeInfo &, const cJSON *json, void *obj, bool content, OpenStorage *storage) {
+  auto *desc = static_cast<open_buffdesc *>(obj);
+  uint32_t size = 0;
+  if (!cJSON_IsObject(json) || decodeInt(openTypeInfo(OPEN_TYPE_U32), cJSON_GetObjectItemCaseSensitive(json, "size"), &size) != 0 ||
+      size > kWireMaxBuffer) {
+    return -1;
+  }
+  std::vector<char> bytes;
+  const cJSON *hex = cJSON_GetObjectItemCaseSensitive(json, "hex");
+  if (content && (!cJSON_IsString(hex) || unhex(hex->valuestring, bytes) != 0)) return -1;
+  if (storage == nullptr) {
+    fillWithin(desc, bytes);
+    if (size < desc->size) desc->size = size;
+    return 0;
+  }
+  if (bytes.size() > size) return -1;
+  giveStorage(desc, size, *storage);
+  if (!bytes.empty()) memcpy(desc->pstart, bytes.data(), bytes.size());
+  return 0;
+}
+
+cJSON *bufferToLog(const OpenTypeInfo &type, const void *obj) {
+  const auto *desc = static_cast<const open_buffdesc *>(obj);
+  size_t size = desc->pstart != nullptr ? desc->size : 0;
+  if (type.kind == OpenKind::Bytes) return hexString(desc->pstart, size);
+  if (type.kind == OpenKind::Words) {
+    cJSON *array = cJSON_CreateArray();
+    for (size_t at = 0; at + 8 <= size; at += 8) {
+      uint64_t word = 0;
+      memcpy(&word, desc->pstart + at, 8);
+      cJSON_AddItemToArray(array, intToLog(openTypeInfo(OPEN_TYPE_U64), &word));
+    }
+    return array;
+  }
+  std::string text(desc->pstart != nullptr ? desc->pstart : "", strnlen(desc->pstart ? desc->pstart : "", size));
+  return cJSON_CreateString(text.c_str());
+}
+
+int wordsFromScript(const cJSON *json, open_buffdesc *desc, OpenStorage &storage) {
+  if (!cJSON_IsArray(json)) return -1;
+  size_t count = static_cast<size_t>(cJSON_GetArraySize(json));
+  if (count * 8 > kWireMaxBuffer) return -1;
+  giveStorage(desc, count * 8, storage);
+  size_t i = 0;
+  for (const cJSON *item = json->child; item; item = item->next, ++i) {
+    uint64_t word = 0;
+    if (decodeInt(openTypeInfo(OPEN_TYPE_U64), item, &word) != 0) return -1;
+    memcpy(desc->pstart + i * 8, &word, 8);
+  }
+  return 0;
+}
+
+int bufferFromScript(const OpenTypeInfo &type, const cJSON *json, void *obj, OpenStorage *storage) {
+  auto *desc = static_cast<open_buffdesc *>(obj);
+  if (type.kind == OpenKind::Words) return wordsFromScript(json, desc, *storage);
+  if (!cJSON_IsString(json)) return -1;
+  std::vector<char> bytes;
+  if (type.kind == OpenKind::Bytes) {
+    if (unhex(json->valuestring, bytes) != 0) return -1;
+  } else {
+    size_t length = strlen(json->valuestring);
+    if (length + 1 > kWireMaxBuffer) return -1;
+    bytes.assign(json->valuestring, json->valuestring + length + 1);
+  }
+  giveStorage(desc, bytes.size(), *storage);
+  if (!bytes.empty()) memcpy(desc->pstart, bytes.data(), bytes.size());
+  return 0;
+}
+
+// ---- Addresses ----
+
+cJSON *addrToLog(const OpenTypeInfo &, const void *obj) {
+  const auto *addr = static_cast<const open_inet_addr_t *>(obj);
   char text[INET6_ADDRSTRLEN] = "";
   if (addr->family == OPEN_AF_INET) {
     uint32_t network = htonl(addr->addr.ipv4);
@@ -143,11 +270,16 @@ cJSON *addrToJson(const open_inet_addr_t *addr) {
   return json;
 }
 
-int addrFromJson(const cJSON *json, open_inet_addr_t *addr) {
+cJSON *addrToWire(const OpenTypeInfo &type, const void *obj, bool content) {
+  return content ? addrToLog(type, obj) : cJSON_CreateNull();
+}
+
+int addrFromScript(const OpenTypeInfo &, const cJSON *json, void *obj, OpenStorage *) {
+  auto *addr = static_cast<open_inet_addr_t *>(obj);
   const cJSON *family = cJSON_GetObjectItemCaseSensitive(json, "family");
   const cJSON *text = cJSON_GetObjectItemCaseSensitive(json, "addr");
   uint32_t code = 0;
-  if (!cJSON_IsObject(json) || wireDecodeInt(OPEN_TYPE_U32, family, &code) != 0) return -1;
+  if (!cJSON_IsObject(json) || decodeInt(openTypeInfo(OPEN_TYPE_U32), family, &code) != 0) return -1;
   memset(addr, 0, sizeof *addr);
   addr->family = code;
   if (code == OPEN_AF_NONE) return 0;
@@ -162,168 +294,155 @@ int addrFromJson(const cJSON *json, open_inet_addr_t *addr) {
   return -1;
 }
 
-using IntEncoder = cJSON *(*)(OpenType, const void *);
+int addrFromWire(const OpenTypeInfo &type, const cJSON *json, void *obj, bool content, OpenStorage *storage) {
+  return content ? addrFromScript(type, json, obj, storage) : 0;
+}
 
-cJSON *recordToJson(OpenType type, const void *obj, IntEncoder encode) {
-  const OpenTypeInfo &info = openTypeInfo(type);
+// ---- IPv6 addresses of 16 bytes ----
+
+cJSON *in6ToLog(const OpenTypeInfo &, const void *obj) {
+  char text[INET6_ADDRSTRLEN] = "";
+  inet_ntop(AF_INET6, static_cast<const open_in6_addr_t *>(obj)->u8, text, sizeof text);
+  return cJSON_CreateString(text);
+}
+
+cJSON *in6ToWire(const OpenTypeInfo &type, const void *obj, bool content) {
+  return content ? in6ToLog(type, obj) : cJSON_CreateNull();
+}
+
+int in6FromScript(const OpenTypeInfo &, const cJSON *json, void *obj, OpenStorage *) {
+  if (!cJSON_IsString(json)) return -1;
+  return inet_pton(AF_INET6, json->valuestring, static_cast<open_in6_addr_t *>(obj)->u8) == 1 ? 0 : -1;
+}
+
+int in6FromWire(const OpenTypeInfo &type, const cJSON *json, void *obj, bool content, OpenStorage *storage) {
+  return content ? in6FromScript(type, json, obj, storage) : 0;
+}
+
+// ---- Records ----
+
+// Members in order; an array member as an array cut after its last non-zero
+// element, so that large fixed arrays cost only what they hold.
+template <typename Encode>
+cJSON *recordArray(const OpenTypeInfo &type, const void *obj, Encode encode) {
   cJSON *array = cJSON_CreateArray();
-  for (uint8_t i = 0; i < info.fieldCount; ++i) {
-    const OpenField &field = info.fields[i];
-    cJSON_AddItemToArray(array, encode(field.type, static_cast<const char *>(obj) + field.offset));
+  for (uint8_t i = 0; i < type.fieldCount; ++i) {
+    const OpenField &field = type.fields[i];
+    const OpenTypeInfo &member = openTypeInfo(field.type);
+    const char *at = static_cast<const char *>(obj) + field.offset;
+    if (field.length == 1) {
+      cJSON_AddItemToArray(array, encode(member, at));
+      continue;
+    }
+    uint32_t used = field.length;
+    static const char kZero[64] = {};
+    while (used > 0 && member.size <= sizeof kZero && memcmp(at + (used - 1) * member.size, kZero, member.size) == 0) --used;
+    cJSON *elements = cJSON_CreateArray();
+    for (uint32_t e = 0; e < used; ++e) cJSON_AddItemToArray(elements, encode(member, at + e * member.size));
+    cJSON_AddItemToArray(array, elements);
   }
   return array;
 }
 
-int recordFromJson(OpenType type, const cJSON *json, void *obj) {
-  const OpenTypeInfo &info = openTypeInfo(type);
-  if (!cJSON_IsArray(json) || cJSON_GetArraySize(json) != info.fieldCount) return -1;
-  for (uint8_t i = 0; i < info.fieldCount; ++i) {
-    const OpenField &field = info.fields[i];
-    if (wireDecodeInt(field.type, cJSON_GetArrayItem(json, i), static_cast<char *>(obj) + field.offset) != 0) {
-      return -1;
+template <typename Decode>
+int recordFromArray(const OpenTypeInfo &type, const cJSON *json, void *obj, Decode decode) {
+  if (!cJSON_IsArray(json) || cJSON_GetArraySize(json) != type.fieldCount) return -1;
+  const cJSON *item = json->child;
+  for (uint8_t i = 0; i < type.fieldCount; ++i, item = item->next) {
+    const OpenField &field = type.fields[i];
+    const OpenTypeInfo &member = openTypeInfo(field.type);
+    char *at = static_cast<char *>(obj) + field.offset;
+    if (field.length == 1) {
+      if (decode(member, item, at) != 0) return -1;
+      continue;
+    }
+    if (!cJSON_IsArray(item) || cJSON_GetArraySize(item) > static_cast<int>(field.length)) return -1;
+    uint32_t e = 0;
+    for (const cJSON *element = item->child; element; element = element->next, ++e) {
+      if (decode(member, element, at + e * member.size) != 0) return -1;
     }
   }
   return 0;
 }
 
-cJSON *bufferToJson(const open_buffdesc *desc, bool withBytes) {
-  cJSON *json = cJSON_CreateObject();
-  cJSON_AddNumberToObject(json, "size", desc->size);
-  if (withBytes) cJSON_AddItemToObject(json, "hex", hexString(desc->pstart, desc->pstart ? desc->size : 0));
-  return json;
+cJSON *recordToWire(const OpenTypeInfo &type, const void *obj, bool content) {
+  return recordArray(type, obj, [content](const OpenTypeInfo &member, const void *at) {
+    return codecOf(member.kind).toWire(member, at, content);
+  });
 }
 
-// Gives the slot a zero-filled buffer of `size` bytes (at least one, so that
-// the descriptor always points somewhere).
-void sizeSlotBuffer(OpenSlot &slot, size_t size) {
-  slot.bytes.assign(size > 0 ? size : 1, '\0');
-  slot.desc.pstart = slot.bytes.data();
-  slot.desc.size = static_cast<uint32_t>(size);
+int recordFromWire(const OpenTypeInfo &type, const cJSON *json, void *obj, bool content, OpenStorage *storage) {
+  return recordFromArray(type, json, obj, [content, storage](const OpenTypeInfo &member, const cJSON *item, void *at) {
+    return codecOf(member.kind).fromWire(member, item, at, content, storage);
+  });
 }
 
-int bufferSize(const cJSON *json, uint32_t *size) {
-  const cJSON *item = cJSON_GetObjectItemCaseSensitive(json, "size");
-  if (!cJSON_IsObject(json) || wireDecodeInt(OPEN_TYPE_U32, item, size) != 0) return -1;
-  return *size <= kWireMaxBuffer ? 0 : -1;
+cJSON *recordToLog(const OpenTypeInfo &type, const void *obj) {
+  return recordArray(type, obj, [](const OpenTypeInfo &member, const void *at) {
+    return codecOf(member.kind).toLog(member, at);
+  });
 }
 
-int bufferFromRequest(const OpenArgDesc &arg, const cJSON *json, OpenSlot &slot) {
-  uint32_t size = 0;
-  if (bufferSize(json, &size) != 0) return -1;
-  sizeSlotBuffer(slot, size);
-  if (arg.dir == OpenDir::Out) return 0;
-  const cJSON *hex = cJSON_GetObjectItemCaseSensitive(json, "hex");
-  std::vector<char> bytes;
-  if (!cJSON_IsString(hex) || unhex(hex->valuestring, bytes) != 0 || bytes.size() > size) return -1;
-  memcpy(slot.bytes.data(), bytes.data(), bytes.size());
-  return 0;
+int recordFromScript(const OpenTypeInfo &type, const cJSON *json, void *obj, OpenStorage *storage) {
+  return recordFromArray(type, json, obj, [storage](const OpenTypeInfo &member, const cJSON *item, void *at) {
+    return codecOf(member.kind).fromScript(member, item, at, storage);
+  });
 }
 
-int scriptedWords(const cJSON *json, OpenSlot &slot) {
-  if (!cJSON_IsArray(json)) return -1;
-  size_t count = static_cast<size_t>(cJSON_GetArraySize(json));
-  if (count * 8 > kWireMaxBuffer) return -1;
-  sizeSlotBuffer(slot, count * 8);
-  size_t i = 0;
-  for (const cJSON *item = json->child; item; item = item->next, ++i) {
-    uint64_t word = 0;
-    if (wireDecodeInt(OPEN_TYPE_U64, item, &word) != 0) return -1;
-    memcpy(slot.bytes.data() + i * 8, &word, 8);
+constexpr OpenCodec kIntCodec{intToWire, intFromWire, intToLog, intFromScript};
+constexpr OpenCodec kBufferCodec{bufferToWire, bufferFromWire, bufferToLog, bufferFromScript};
+constexpr OpenCodec kAddrCodec{addrToWire, addrFromWire, addrToLog, addrFromScript};
+constexpr OpenCodec kIn6Codec{in6ToWire, in6FromWire, in6ToLog, in6FromScript};
+constexpr OpenCodec kRecordCodec{recordToWire, recordFromWire, recordToLog, recordFromScript};
+
+const OpenCodec &codecOf(OpenKind kind) {
+  switch (kind) {
+    case OpenKind::Int: return kIntCodec;
+    case OpenKind::Text:
+    case OpenKind::Words:
+    case OpenKind::Bytes: return kBufferCodec;
+    case OpenKind::Addr: return kAddrCodec;
+    case OpenKind::In6: return kIn6Codec;
+    case OpenKind::Record: break;
   }
-  return 0;
+  return kRecordCodec;
 }
 
-int scriptedBuffer(const OpenArgDesc &arg, const cJSON *json, OpenSlot &slot) {
-  if (arg.type == OPEN_TYPE_W64) return scriptedWords(json, slot);
-  if (!cJSON_IsString(json)) return -1;
-  if (arg.type == OPEN_TYPE_BIN) {
-    std::vector<char> bytes;
-    if (unhex(json->valuestring, bytes) != 0) return -1;
-    sizeSlotBuffer(slot, bytes.size());
-    memcpy(slot.bytes.data(), bytes.data(), bytes.size());
-    return 0;
-  }
-  size_t length = strlen(json->valuestring);
-  if (length + 1 > kWireMaxBuffer) return -1;
-  sizeSlotBuffer(slot, length + 1);
-  memcpy(slot.bytes.data(), json->valuestring, length);
-  return 0;
+const OpenCodec &codecOf(const OpenArgDesc &arg) { return codecOf(openTypeInfo(arg.type).kind); }
+
+void sizeSlot(const OpenArgDesc &arg, OpenSlot &slot) {
+  slot.buffers.clear();
+  slot.value.assign((openTypeInfo(arg.type).size + 7) / 8, 0);
 }
 
 }  // namespace
 
-int wireDecodeInt(OpenType type, const cJSON *json, void *obj) {
-  uint64_t value = 0;
-  int rc = -1;
-  if (cJSON_IsString(json)) rc = parseIntText(type, json->valuestring, &value);
-  if (cJSON_IsNumber(json)) rc = parseIntNumber(type, json->valuedouble, &value);
-  if (rc == 0) writeInt(type, obj, value);
-  return rc;
-}
+int wireDecodeInt(OpenType type, const cJSON *json, void *obj) { return decodeInt(openTypeInfo(type), json, obj); }
 
-void *OpenSlot::object(const OpenArgDesc &arg) {
-  return openTypeInfo(arg.type).kind == OpenKind::Buf ? static_cast<void *>(&desc) : static_cast<void *>(value);
-}
+void *OpenSlot::object(const OpenArgDesc &) { return value.data(); }
 
 cJSON *wireEncodeRequestArg(const OpenArgDesc &arg, const void *obj) {
-  const OpenTypeInfo &info = openTypeInfo(arg.type);
-  if (info.kind == OpenKind::Buf) return bufferToJson(static_cast<const open_buffdesc *>(obj), openArgIsInput(arg));
-  if (!openArgIsInput(arg)) return cJSON_CreateNull();
-  if (info.kind == OpenKind::Int) return intAsText(arg.type, obj);
-  if (info.kind == OpenKind::Addr) return addrToJson(static_cast<const open_inet_addr_t *>(obj));
-  return recordToJson(arg.type, obj, intAsText);
+  return codecOf(arg).toWire(openTypeInfo(arg.type), obj, openArgIsInput(arg));
 }
 
 cJSON *wireEncodeReplyOut(const OpenArgDesc &arg, const void *obj) {
-  const OpenTypeInfo &info = openTypeInfo(arg.type);
-  if (info.kind == OpenKind::Buf) return bufferToJson(static_cast<const open_buffdesc *>(obj), true);
-  if (info.kind == OpenKind::Int) return intAsText(arg.type, obj);
-  if (info.kind == OpenKind::Addr) return addrToJson(static_cast<const open_inet_addr_t *>(obj));
-  return recordToJson(arg.type, obj, intAsText);
+  return codecOf(arg).toWire(openTypeInfo(arg.type), obj, true);
 }
 
 int wireDecodeReplyOut(const OpenArgDesc &arg, const cJSON *json, void *obj) {
-  const OpenTypeInfo &info = openTypeInfo(arg.type);
-  if (info.kind == OpenKind::Int) return wireDecodeInt(arg.type, json, obj);
-  if (info.kind == OpenKind::Addr) return addrFromJson(json, static_cast<open_inet_addr_t *>(obj));
-  if (info.kind == OpenKind::Record) return recordFromJson(arg.type, json, obj);
-  auto *desc = static_cast<open_buffdesc *>(obj);
-  uint32_t size = 0;
-  std::vector<char> bytes;
-  const cJSON *hex = cJSON_GetObjectItemCaseSensitive(json, "hex");
-  if (bufferSize(json, &size) != 0 || !cJSON_IsString(hex) || unhex(hex->valuestring, bytes) != 0) return -1;
-  // Never past the caller's buffer, whatever the server claims.
-  size_t copied = bytes.size() < desc->size ? bytes.size() : desc->size;
-  if (copied > 0) memcpy(desc->pstart, bytes.data(), copied);
-  desc->size = size < desc->size ? size : desc->size;
-  return 0;
+  return codecOf(arg).fromWire(openTypeInfo(arg.type), json, obj, true, nullptr);
 }
 
 int wireDecodeRequestArg(const OpenArgDesc &arg, const cJSON *json, OpenSlot &slot) {
-  const OpenTypeInfo &info = openTypeInfo(arg.type);
-  memset(slot.value, 0, sizeof slot.value);
-  if (info.kind == OpenKind::Buf) return bufferFromRequest(arg, json, slot);
-  if (!openArgIsInput(arg)) return 0;
-  if (info.kind == OpenKind::Int) return wireDecodeInt(arg.type, json, slot.value);
-  if (info.kind == OpenKind::Addr) return addrFromJson(json, reinterpret_cast<open_inet_addr_t *>(slot.value));
-  return recordFromJson(arg.type, json, slot.value);
+  sizeSlot(arg, slot);
+  return codecOf(arg).fromWire(openTypeInfo(arg.type), json, slot.object(arg), openArgIsInput(arg), &slot.buffers);
 }
 
 cJSON *wireRenderArg(const OpenArgDesc &arg, const void *obj) {
-  const OpenTypeInfo &info = openTypeInfo(arg.type);
-  if (info.kind == OpenKind::Int) return intAsNumber(arg.type, obj);
-  if (info.kind == OpenKind::Addr) return addrToJson(static_cast<const open_inet_addr_t *>(obj));
-  if (info.kind == OpenKind::Record) return recordToJson(arg.type, obj, intAsNumber);
-  const auto *desc = static_cast<const open_buffdesc *>(obj);
-  std::string text(desc->pstart ? desc->pstart : "", desc->pstart ? strnlen(desc->pstart, desc->size) : 0);
-  return cJSON_CreateString(text.c_str());
+  return codecOf(arg).toLog(openTypeInfo(arg.type), obj);
 }
 
 int wireDecodeScriptedOut(const OpenArgDesc &arg, const cJSON *json, OpenSlot &slot) {
-  const OpenTypeInfo &info = openTypeInfo(arg.type);
-  memset(slot.value, 0, sizeof slot.value);
-  if (info.kind == OpenKind::Buf) return scriptedBuffer(arg, json, slot);
-  if (info.kind == OpenKind::Int) return wireDecodeInt(arg.type, json, slot.value);
-  if (info.kind == OpenKind::Addr) return addrFromJson(json, reinterpret_cast<open_inet_addr_t *>(slot.value));
-  return recordFromJson(arg.type, json, slot.value);
+  sizeSlot(arg, slot);
+  return codecOf(arg).fromScript(openTypeInfo(arg.type), json, slot.object(arg), &slot.buffers);
 }

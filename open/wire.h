@@ -1,28 +1,28 @@
 #pragma once
 // The wire form of OpEN arguments: one JSON document per request and per
 // answer. Integers travel as decimal text so that 64-bit values stay exact;
-// buffers as their size and hexadecimal bytes; addresses as family and text.
+// buffers as their size and hexadecimal bytes; addresses as family and text;
+// records as the array of their members.
 //
 // request: {"op": name, "args": [one per argument; outputs carry only a buffer's capacity]}
 // answer:  {"rc": n, "out": [one per output argument, or empty when nothing was produced]}
 #include <cjson/cJSON.h>
 
+#include <deque>
 #include <type_traits>
 #include <vector>
 
 #include "open/opdesc.h"
 
-// Client side: `obj` points at the argument's native object (the integer,
-// the buffer descriptor, the address or the record).
-cJSON *wireEncodeRequestArg(const OpenArgDesc &arg, const void *obj);
-// 0, or -1 when the answer does not fit the argument.
-int wireDecodeReplyOut(const OpenArgDesc &arg, const cJSON *json, void *obj);
+// Buffers larger than this are refused as malformed.
+constexpr size_t kWireMaxBuffer = 1u << 20;
 
-// Server side: the storage behind one argument of a call.
+// Server side: the storage behind one argument of a call, buffers inside
+// records included.
 struct OpenSlot {
-  alignas(8) unsigned char value[256];  // an integer, an address or a record
-  std::vector<char> bytes;              // a buffer's storage
-  open_buffdesc desc;
+  std::vector<uint64_t> value;  // the argument's object: integer, descriptor, address or record
+  std::deque<std::vector<char>> buffers;
+
   void *object(const OpenArgDesc &arg);
   template <typename T>
   T as(const OpenArgDesc &arg) {
@@ -34,16 +34,20 @@ struct OpenSlot {
   }
 };
 
-// Buffers larger than this are refused as malformed.
-constexpr size_t kWireMaxBuffer = 1u << 20;
+// Client side: `obj` points at the argument's native object (the integer,
+// the buffer descriptor, the address or the record).
+cJSON *wireEncodeRequestArg(const OpenArgDesc &arg, const void *obj);
+// 0, or -1 when the answer does not fit the argument. Never writes past the
+// size that the caller described in a buffer descriptor.
+int wireDecodeReplyOut(const OpenArgDesc &arg, const cJSON *json, void *obj);
 
 int wireDecodeRequestArg(const OpenArgDesc &arg, const cJSON *json, OpenSlot &slot);
 cJSON *wireEncodeReplyOut(const OpenArgDesc &arg, const void *obj);
-// Human form for the call log: integers as numbers, buffers as their text up
-// to the first NUL, addresses as {"family", "addr"}, records as arrays.
+// Human form for the call log: integers as numbers, texts up to their first
+// NUL, bytes as hexadecimal, words as arrays, addresses as {"family", "addr"},
+// IPv6 addresses as text, records as arrays.
 cJSON *wireRenderArg(const OpenArgDesc &arg, const void *obj);
-// A scripted output in its human form (integers as numbers or decimal text,
-// text as a string, 64-bit words as an array, bytes as hex, records as arrays).
+// A scripted output in the same human form (integers also as decimal text).
 int wireDecodeScriptedOut(const OpenArgDesc &arg, const cJSON *json, OpenSlot &slot);
 
 // Integers of any width, as text or as a JSON number; -1 when out of range.

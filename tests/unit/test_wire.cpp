@@ -45,20 +45,25 @@ TEST(WireTest, IntegersAreExactAndRangeChecked) {
       {OPEN_TYPE_I32, "2147483648", false, 0},
       {OPEN_TYPE_U8, "255", true, 255},
       {OPEN_TYPE_U8, "256", false, 0},
+      {OPEN_TYPE_I8, "-128", true, static_cast<uint64_t>(-128)},
+      {OPEN_TYPE_I8, "128", false, 0},
+      {OPEN_TYPE_U16, "65535", true, 65535},
+      {OPEN_TYPE_U16, "65536", false, 0},
+      {OPEN_TYPE_I16, "-32769", false, 0},
+      {OPEN_TYPE_I64, R"("-9223372036854775808")", true, static_cast<uint64_t>(INT64_MIN)},
   };
   for (const auto &c : cases) {
     SCOPED_TRACE(c.json);
     JsonDoc doc(c.json);
-    uint64_t value = 0;
-    int32_t small = 0;
-    void *target = openTypeInfo(c.type).size == 8 ? static_cast<void *>(&value) : static_cast<void *>(&small);
-    ASSERT_EQ(wireDecodeInt(c.type, doc.json, target) == 0, c.ok);
+    OpenSlot slot;
+    OpenArgDesc arg{OpenDir::Out, c.type, "n"};
+    ASSERT_EQ(wireDecodeScriptedOut(arg, doc.json, slot) == 0, c.ok);
     if (!c.ok) continue;
-    uint64_t got = value;
-    if (c.type == OPEN_TYPE_I32) got = static_cast<uint64_t>(static_cast<int64_t>(small));
-    if (c.type == OPEN_TYPE_U32) got = static_cast<uint32_t>(small);
-    if (c.type == OPEN_TYPE_U8) got = static_cast<uint8_t>(small);
-    EXPECT_EQ(got, c.expected);
+    // Read back at the type's own width and sign, as the log shows it.
+    char expected[24];
+    snprintf(expected, sizeof expected, openTypeInfo(c.type).isSigned ? "%lld" : "%llu",
+             static_cast<unsigned long long>(c.expected));
+    EXPECT_EQ(print(wireRenderArg(arg, slot.object(arg))), expected);
   }
 }
 
@@ -71,9 +76,11 @@ TEST(WireTest, RequestBuffersCarryTheirBytesAndOutputsOnlyTheirCapacity) {
 
   OpenSlot slot;
   JsonDoc request(R"({"size":8})");
-  ASSERT_EQ(wireDecodeRequestArg({OpenDir::Out, OPEN_TYPE_TXT, "t"}, request.json, slot), 0);
-  EXPECT_EQ(slot.desc.size, 8u);
-  EXPECT_EQ(slot.bytes, std::vector<char>(8, '\0'));
+  OpenArgDesc out{OpenDir::Out, OPEN_TYPE_TXT, "t"};
+  ASSERT_EQ(wireDecodeRequestArg(out, request.json, slot), 0);
+  open_buffdesc *given = slot.as<open_buffdesc *>(out);
+  EXPECT_EQ(given->size, 8u);
+  EXPECT_EQ(std::string(given->pstart, 8), std::string(8, '\0'));
   for (const char *bad : {R"({"size":2,"hex":"616263"})", R"({"size":4,"hex":"6x"})", R"({"size":4})",
                           R"({"size":2000000,"hex":""})", R"("abc")"}) {
     SCOPED_TRACE(bad);
@@ -133,6 +140,13 @@ TEST(WireTest, ScriptedOutputsTakeTheirHumanForm) {
       {OPEN_TYPE_VER, R"([1,2,3])", nullptr},
       {OPEN_TYPE_W64, R"([1.5])", nullptr},
       {OPEN_TYPE_TXT, "5", nullptr},
+      {OPEN_TYPE_IN6, R"("fe80::1")", R"("fe80::1")"},
+      {OPEN_TYPE_IN6, R"("10.1.2.3")", nullptr},
+      // Records of any members; arrays cut after their last non-zero element.
+      {OPEN_TYPE_SNMPCOMM, R"([2,{"family":1,"addr":"10.0.0.1"},{"family":0,"addr":""},64,"view1"])",
+       R"(["2",{"family":1,"addr":"10.0.0.1"},{"family":0,"addr":""},"64",{"size":6,"hex":"766965773100"}])"},
+      {OPEN_TYPE_VLANLIST, R"([2,[10,20]])", R"(["2",["10","20"]])"},
+      {OPEN_TYPE_VLANLIST, R"([1,[65536]])", nullptr},
   };
   for (const auto &c : cases) {
     SCOPED_TRACE(c.json);
@@ -144,6 +158,26 @@ TEST(WireTest, ScriptedOutputsTakeTheirHumanForm) {
       EXPECT_EQ(print(wireEncodeReplyOut(arg, slot.object(arg))), c.reply);
     }
   }
+}
+
+TEST(WireTest, RecordBuffersTravelWithinTheCallersStorage) {
+  char view[4] = {};
+  open_snmp_community_addr_t record{};
+  record.viewName = {sizeof view, view};
+  OpenArgDesc arg{OpenDir::Out, OPEN_TYPE_SNMPCOMM, "c"};
+  EXPECT_EQ(print(wireEncodeRequestArg(arg, &record)), R"([null,null,null,null,{"size":4}])");
+
+  OpenSlot slot;
+  JsonDoc request(R"([null,null,null,null,{"size":4}])");
+  ASSERT_EQ(wireDecodeRequestArg(arg, request.json, slot), 0);
+  EXPECT_EQ(slot.as<open_snmp_community_addr_t *>(arg)->viewName.size, 4u);
+
+  JsonDoc reply(R"(["1",{"family":2,"addr":"::1"},{"family":0,"addr":""},"0",{"size":9,"hex":"6c6f6e67766965770a"}])");
+  ASSERT_EQ(wireDecodeReplyOut(arg, reply.json, &record), 0);
+  EXPECT_EQ(record.accessType, 1u);
+  EXPECT_EQ(record.ipAddr.family, static_cast<uint32_t>(OPEN_AF_INET6));
+  EXPECT_EQ(std::string(view, 4), "long");
+  EXPECT_EQ(record.viewName.size, 4u);
 }
 
 }  // namespace
