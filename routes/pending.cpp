@@ -2,8 +2,6 @@
 // that main already calls every family in its final order.
 #include "routes/families.h"
 
-void sflowRoutesRegisterFirst(httpdTable *) {}
 void snmpRoutesRegister(httpdTable *) {}
-void sflowRoutesRegisterRest(httpdTable *) {}
 void lldpRoutesRegister(httpdTable *) {}
 void mirrorRoutesRegister(httpdTable *) {}

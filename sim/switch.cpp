@@ -31,6 +31,18 @@ int64_t monotonicNanos() {
 bool defaultLinkUp(uint32_t port) { return port <= 16 || port == 25 || port == 26; }
 bool defaultBusy(uint32_t port) { return port <= 8 || port == 25 || port == 26; }
 
+// The management address the sFlow agent reports, and its IPv6 link-local
+// address made from the base MAC address (modified EUI-64).
+constexpr uint32_t kSflowAgentIpv4 = 0xC0A800EF;  // 192.168.0.239
+open_in6_addr_t sflowAgentIpv6(const std::array<uint8_t, 6> &mac) {
+  open_in6_addr_t addr{};
+  addr.u8[0] = 0xfe;
+  addr.u8[1] = 0x80;
+  uint8_t eui[8] = {static_cast<uint8_t>(mac[0] ^ 0x02), mac[1], mac[2], 0xff, 0xfe, mac[3], mac[4], mac[5]};
+  for (int i = 0; i < 8; ++i) addr.u8[8 + i] = eui[i];
+  return addr;
+}
+
 SimSwitch::Interface defaultPort(uint32_t port) {
   SimSwitch::Interface intf;
   intf.intIfNum = port;
@@ -102,6 +114,7 @@ void SimSwitch::resetToDefault() {
     // Two ports have flapped since boot.
     counters.base[ctr_port_link_down_counter] = (intf.intIfNum == 3 || intf.intIfNum == 11) ? 2 : 0;
   }
+  sflow_.reset(kSflowAgentIpv4, sflowAgentIpv6(state_.identity.baseMac));
 }
 
 const SimSwitch::Interface *SimSwitch::findInterface(uint32_t intIfNum) const {

@@ -12,6 +12,7 @@
 
 #include "open/openapi.h"
 #include "sim/counters.h"
+#include "sim/sflow_agent.h"
 #include "sim/traffic.h"
 
 // Interface types as OpEN numbers them.
@@ -83,6 +84,8 @@ class SimSwitch {
   open_error_t secondsSinceReset(uint32_t intIfNum, uint32_t *seconds) const;
 
   const Identity &identity() const { return state_.identity; }
+  SflowAgent &sflow() { return sflow_; }
+  int64_t nowNanos() const { return now(); }
   std::string showVersionText() const;
   std::string baseMacText() const;
 
@@ -108,4 +111,5 @@ class SimSwitch {
 
   Clock clock_;
   State state_;
+  SflowAgent sflow_;
 };

@@ -235,3 +235,17 @@ std::string SwitchTest::readFile(const std::string &relative) {
   fclose(file);
   return data;
 }
+
+void SwitchTest::expectRoutes(const std::string &dir, const std::string &dataKey, const std::vector<RouteCase> &cases) {
+  for (const RouteCase &c : cases) {
+    SCOPED_TRACE(std::string(c.method) + " " + c.uri);
+    ctlOk({"reset"});
+    ctlOk({"stub", c.op, R"({"rc":0,"out":)" + c.out + "}"});
+    ProcessResult result = call(c.method, dir + "/" + c.uri, c.body);
+    std::string expected = kJsonHeader + envelope(0, "Success", c.data.empty() ? "" : dataKey, c.data);
+    EXPECT_EQ(result.out, expected + (c.newline ? "\n" : ""));
+    std::vector<std::string> logged = callsOf(c.op);
+    ASSERT_EQ(logged.size(), 1u);
+    EXPECT_EQ(logged[0], R"({"op":")" + std::string(c.op) + R"(","in":)" + c.in + R"(,"rc":0})");
+  }
+}

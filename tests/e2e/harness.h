@@ -22,6 +22,18 @@ struct CgiRequest {
   const char *contentLength = nullptr;  // overrides the body's length
 };
 
+// One route answered from a scripted OpEN answer.
+struct RouteCase {
+  const char *method;
+  std::string uri;  // below the family's directory, with its query
+  std::string body;
+  const char *op;   // the OpEN operation scripted
+  std::string out;  // its outputs, as the "out" array of a scripted answer
+  std::string in;   // the inputs the call log must show
+  std::string data;  // the answer's data member; "" for none
+  bool newline;     // the answer ends with a newline
+};
+
 class SwitchTest : public ::testing::Test {
  protected:
   void SetUp() override;
@@ -34,6 +46,8 @@ class SwitchTest : public ::testing::Test {
   ProcessResult cgiAs(const char *session, const std::string &method, const std::string &uri);
   // A GET or other method with an administrator session already in place.
   ProcessResult call(const std::string &method, const std::string &uri, const std::string &body = "");
+  // Each case against a fresh switch: the one call it makes, and its exact answer.
+  void expectRoutes(const std::string &dir, const std::string &dataKey, const std::vector<RouteCase> &cases);
   ProcessResult ctl(const std::vector<std::string> &args);
   void ctlOk(const std::vector<std::string> &args);
   // The call log as lines, oldest first.

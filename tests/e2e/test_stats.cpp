@@ -9,49 +9,26 @@ namespace {
 
 const std::string kStats = "/api/v2/monitoring/stats/";
 
-struct ScriptedCase {
-  const char *name;
-  std::string method, uri, body;
-  std::string op, stub;  // the scripted OpEN answer
-  std::string expectedIn;  // "in" of the logged call
-  std::string dataJson;  // "" when the answer carries no data
-  bool newline;
-};
-
 class StatsTest : public SwitchTest {};
 
 TEST_F(StatsTest, AnswersEachRouteFromTheScriptedOpenAnswer) {
-  const ScriptedCase cases[] = {
-      {"stat", "GET", "stat?ifNum=3&counterId=ctr_rx_64", "", "openapiStatGet", R"({"rc":0,"out":[12345]})",
-       "[2,3]", R"({"counterValue":12345})", false},
-      {"stat past 2^53 as a double", "GET", "stat?ifNum=1&counterId=ctr_tx_total_bytes", "", "openapiStatGet",
-       R"({"rc":0,"out":["9007199254740993"]})", "[20,1]", R"({"counterValue":9007199254740992})", false},
-      {"stat-string keeps every digit", "GET", "stat-string?ifNum=2&counterId=ctr_port_link_down_counter", "",
-       "openapiStatStringGet", R"({"rc":0,"out":["18446744073709551615"]})", "[64,2]",
-       R"({"counterValueStr":"18446744073709551615"})", false},
-      {"stat-reset", "POST", "stat-reset?ifNum=7", R"({"COUNTERID":"ctr_rx_fcs_errors"})", "openapiStatReset",
-       R"({"rc":0,"out":[]})", "[17,7]", "", true},
-      {"buf size", "GET", "interface-stats-buf-size", "", "openapiInterfaceStatsBufSizeGet",
-       R"({"rc":0,"out":[528]})", "[]", R"({"bufSize":528})", false},
-      {"interface reset", "POST", "interface-stats-reset?ifNum=12", "", "openapiInterfaceStatsReset",
-       R"({"rc":0,"out":[]})", "[12]", "", true},
-      {"reset all", "POST", "reset-all-interfaces-stats", "", "openapiResetAllInterfacesStats",
-       R"({"rc":0,"out":[]})", "[]", "", true},
-      {"reset time", "GET", "interface-stats-reset-time?ifNum=5", "", "openapiInterfaceStatsResetTimeGet",
-       R"({"rc":0,"out":[4000000000]})", "[5]", R"({"lastResetSecs":4000000000})", false},
-  };
-  for (const ScriptedCase &c : cases) {
-    SCOPED_TRACE(c.name);
-    ctlOk({"reset"});
-    ctlOk({"stub", c.op, c.stub});
-    ProcessResult result = call(c.method, kStats + c.uri, c.body);
-    std::string expected = kJsonHeader + envelope(0, "Success", c.dataJson.empty() ? "" : "stats", c.dataJson);
-    EXPECT_EQ(result.out, expected + (c.newline ? "\n" : ""));
-    EXPECT_EQ(result.status, 0);
-    std::vector<std::string> logged = callsOf(c.op);
-    ASSERT_EQ(logged.size(), 1u);
-    EXPECT_EQ(logged[0], R"({"op":")" + c.op + R"(","in":)" + c.expectedIn + R"(,"rc":0})");
-  }
+  expectRoutes("/api/v2/monitoring/stats", "stats", {
+      {"GET", "stat?ifNum=3&counterId=ctr_rx_64", "", "openapiStatGet", "[12345]", "[2,3]",
+       R"({"counterValue":12345})", false},
+      // Past 2^53 the number is a double; stat-string keeps every digit.
+      {"GET", "stat?ifNum=1&counterId=ctr_tx_total_bytes", "", "openapiStatGet", R"(["9007199254740993"])", "[20,1]",
+       R"({"counterValue":9007199254740992})", false},
+      {"GET", "stat-string?ifNum=2&counterId=ctr_port_link_down_counter", "", "openapiStatStringGet",
+       R"(["18446744073709551615"])", "[64,2]", R"({"counterValueStr":"18446744073709551615"})", false},
+      {"POST", "stat-reset?ifNum=7", R"({"COUNTERID":"ctr_rx_fcs_errors"})", "openapiStatReset", "[]", "[17,7]", "",
+       true},
+      {"GET", "interface-stats-buf-size", "", "openapiInterfaceStatsBufSizeGet", "[528]", "[]",
+       R"({"bufSize":528})", false},
+      {"POST", "interface-stats-reset?ifNum=12", "", "openapiInterfaceStatsReset", "[]", "[12]", "", true},
+      {"POST", "reset-all-interfaces-stats", "", "openapiResetAllInterfacesStats", "[]", "[]", "", true},
+      {"GET", "interface-stats-reset-time?ifNum=5", "", "openapiInterfaceStatsResetTimeGet", "[4000000000]", "[5]",
+       R"({"lastResetSecs":4000000000})", false},
+  });
 }
 
 TEST_F(StatsTest, MapsOpenResultsOntoResultCodes) {
