@@ -154,6 +154,10 @@ constexpr Bind bodyAddress(const char *key) {
 // A number of the body; when it is absent, not a number or 0, the query's.
 constexpr Bind bodyOrQuery(const char *key) { return {.from = From::BodyOrQuery, .key = key}; }
 constexpr Bind constant(int64_t value) { return {.from = From::Constant, .preset = value}; }
+// A text the route always sends, whatever the request holds.
+constexpr Bind constantText(const char *text, const BufferKind &buffer) {
+  return {.from = From::Constant, .value = Value::Text, .kind = ArgKind::Buffer, .key = text, .buffer = &buffer};
+}
 constexpr Bind customInput(ArgKind kind, ReadFn read, const BufferKind *buffer = nullptr) {
   return {.from = From::Custom, .kind = kind, .buffer = buffer, .read = read};
 }

@@ -70,7 +70,10 @@ int32_t readInput(const Bind &bind, const Family &family, Request &request, Slot
     case From::Query: return readQuery(bind, family, request, slot);
     case From::Body: return readBody(bind, request, slot);
     case From::BodyOrQuery: return readBodyOrQuery(bind, family, request, slot);
-    case From::Constant: slot.num = static_cast<uint64_t>(bind.preset); return RC_SUCCESS;
+    case From::Constant:
+      if (bind.value == Value::Text) return fillText(bind, bind.key, slot);
+      slot.num = static_cast<uint64_t>(bind.preset);
+      return RC_SUCCESS;
     case From::Custom: return bind.read(bind, request, slot);
     case From::Nothing: return RC_SUCCESS;
   }
@@ -114,7 +117,7 @@ void resetOutputs(const Call &call, size_t count, Slot *slots) {
     if (!bind.isOutput()) continue;
     slots[i].num = static_cast<uint64_t>(bind.preset);
     slots[i].addr = open_inet_addr_t{};
-    memset(slots[i].record, 0, sizeof slots[i].record);
+    if (slots[i].record) memset(slots[i].record.get(), 0, slots[i].recordSize);
     if (slots[i].storage) memset(slots[i].storage.get(), 0, slots[i].capacity + 1);
   }
 }

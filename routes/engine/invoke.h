@@ -77,14 +77,20 @@ struct Pass<open_inet_addr_t *> {
   void back(Slot &) {}
 };
 
+// Records are copied in and out of the slot, so that they may be as large as
+// the caller's list and still live in the slot alone.
 template <typename R>
   requires std::is_class_v<R>
 struct Pass<R *> {
-  static_assert(sizeof(R) <= sizeof(Slot::record), "record too large for a route slot");
-  R value;
-  explicit Pass(Slot &slot) { memcpy(&value, slot.record, sizeof value); }
+  R value{};
+  explicit Pass(Slot &slot) {
+    if (slot.record && slot.recordSize == sizeof(R)) memcpy(&value, slot.record.get(), sizeof value);
+  }
   R *arg() { return &value; }
-  void back(Slot &slot) { memcpy(slot.record, &value, sizeof value); }
+  void back(Slot &slot) {
+    R *stored = slot.recordAs<R>();
+    if (stored != nullptr) memcpy(stored, &value, sizeof value);
+  }
 };
 
 template <typename... P, size_t... I>

@@ -1,6 +1,8 @@
 #pragma once
 // The storage behind one OpEN argument of a route while it runs.
 #include <cstdint>
+#include <cstdlib>
+#include <cstring>
 
 #include "open/openapi.h"
 #include "tools/raii.h"
@@ -14,7 +16,18 @@ struct Slot {
   open_buffdesc desc{};
   CText storage;          // a buffer's bytes, zero-filled, one more than its capacity
   uint32_t capacity = 0;  // bytes of `storage` that OpEN may use
-  alignas(8) unsigned char record[128] = {};
+  CText record;  // a record argument, zero-filled until something fills it
+  size_t recordSize = 0;
+
+  // The record argument's storage, made on first use; NULL only when out of memory.
+  template <typename R>
+  R *recordAs() {
+    if (!record) {
+      record.reset(static_cast<char *>(calloc(1, sizeof(R))));
+      recordSize = record ? sizeof(R) : 0;
+    }
+    return reinterpret_cast<R *>(record.get());
+  }
 };
 
 }  // namespace route

@@ -37,9 +37,9 @@ cJSON *addressOf(const Bind &bind, const Slot &slot) {
   char text[kAddressTextSize] = "";
   if (bind.show == Show::Address) addressToText(slot.addr, text);
   if (bind.show == Show::Ipv4HostOrder) ipv4ToText(static_cast<uint32_t>(slot.num), text);
-  if (bind.show == Show::Ipv6) {
+  if (bind.show == Show::Ipv6 && slot.record && slot.recordSize == sizeof(open_in6_addr_t)) {
     open_in6_addr_t bytes;
-    memcpy(&bytes, slot.record, sizeof bytes);
+    memcpy(&bytes, slot.record.get(), sizeof bytes);
     ipv6ToText(bytes.u8, text);
   }
   return cJSON_CreateString(text);
