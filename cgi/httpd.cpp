@@ -214,9 +214,9 @@ httpdTable *httpdCreateTable(void) {
   return table->root != nullptr ? table : nullptr;
 }
 
-int httpdAddCContent(httpdTable *table, const char *dirPath, const char *opName, int method,
-                     int needsSession, httpdHandler handler) {
-  httpdDirNode *dir = findOrCreateDir(table, dirPath);
+httpdDirNode *httpdFindOrCreateDir(httpdTable *table, const char *dirPath) { return findOrCreateDir(table, dirPath); }
+
+int httpdAddEntry(httpdDirNode *dir, const char *opName, int method, int needsSession, httpdHandler handler) {
   if (dir == nullptr) {
     LOG_ERROR("httpdAddCContent, dirPtr == NULL\n");
     return -1;
@@ -236,6 +236,11 @@ int httpdAddCContent(httpdTable *table, const char *dirPath, const char *opName,
   *entry = httpdRouteEntry{opCopy, method, needsSession, handler, dir->operations};
   dir->operations = entry;
   return 0;
+}
+
+int httpdAddCContent(httpdTable *table, const char *dirPath, const char *opName, int method,
+                     int needsSession, httpdHandler handler) {
+  return httpdAddEntry(findOrCreateDir(table, dirPath), opName, method, needsSession, handler);
 }
 
 void httpdProcessRequest(httpdTable *table) {

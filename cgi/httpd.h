@@ -28,5 +28,10 @@ httpdTable *httpdCreateTable(void);
 int httpdAddCContent(httpdTable *table, const char *dirPath, const char *opName, int method,
                      int needsSession, httpdHandler handler);
 void httpdProcessRequest(httpdTable *table);
+// The two halves of httpdAddCContent, so that a family's table finds its
+// directory once: the node for a path (created as needed; NULL when out of
+// memory), and one entry added at the head of a node's operations.
+httpdDirNode *httpdFindOrCreateDir(httpdTable *table, const char *dirPath);
+int httpdAddEntry(httpdDirNode *dir, const char *opName, int method, int needsSession, httpdHandler handler);
 // Name used for matching: "GET", "POST", "DELETE", "PUT", or an "Invalid method" text.
 const char *httpdMethodName(int method);

@@ -181,9 +181,10 @@ void runRoute(const Route &route) {
 
 void addRoutes(httpdTable *table, const char *dir, const Route *rows, const httpdHandler *handlers, size_t first,
                size_t end) {
+  httpdDirNode *node = httpdFindOrCreateDir(table, dir);
   for (size_t i = first; i < end; ++i) {
-    // A failed registration is logged by httpdAddCContent; that route is simply absent.
-    (void)httpdAddCContent(table, dir, rows[i].op, rows[i].method, 1, handlers[i]);
+    // A failed registration is logged; that route is simply absent.
+    (void)httpdAddEntry(node, rows[i].op, rows[i].method, 1, handlers[i]);
   }
 }
 
