@@ -216,19 +216,22 @@ httpdTable *httpdCreateTable(void) {
 
 httpdDirNode *httpdFindOrCreateDir(httpdTable *table, const char *dirPath) { return findOrCreateDir(table, dirPath); }
 
+// Registration logs under the name of the interface it serves.
+#define REGISTRATION_ERROR(text) logWrite(LOG_LEVEL_ERROR, "[%s:%d] " text, "httpdAddCContent", __LINE__)
+
 int httpdAddEntry(httpdDirNode *dir, const char *opName, int method, int needsSession, httpdHandler handler) {
   if (dir == nullptr) {
-    LOG_ERROR("httpdAddCContent, dirPtr == NULL\n");
+    REGISTRATION_ERROR("httpdAddCContent, dirPtr == NULL\n");
     return -1;
   }
   if (opName == nullptr || handler == nullptr) {
-    LOG_ERROR("httpdAddCContent, no operation name or handler\n");
+    REGISTRATION_ERROR("httpdAddCContent, no operation name or handler\n");
     return -1;
   }
   size_t opLen = strlen(opName);
   auto *entry = arenaNew<httpdRouteEntry>(opLen + 1);
   if (entry == nullptr) {
-    LOG_ERROR("httpdAddCContent, newEntry == NULL\n");
+    REGISTRATION_ERROR("httpdAddCContent, newEntry == NULL\n");
     return -1;
   }
   auto *opCopy = reinterpret_cast<char *>(entry + 1);
