@@ -12,6 +12,7 @@
 
 #include "open/openapi.h"
 #include "sim/counters.h"
+#include "sim/lldp_model.h"
 #include "sim/sflow_agent.h"
 #include "sim/traffic.h"
 
@@ -85,6 +86,8 @@ class SimSwitch {
 
   const Identity &identity() const { return state_.identity; }
   SflowAgent &sflow() { return sflow_; }
+  LldpAgent &lldp() { return lldp_; }
+  const std::set<uint32_t> &vlans() const { return state_.vlans; }
   int64_t nowNanos() const { return now(); }
   std::string showVersionText() const;
   std::string baseMacText() const;
@@ -112,4 +115,5 @@ class SimSwitch {
   Clock clock_;
   State state_;
   SflowAgent sflow_;
+  LldpAgent lldp_;
 };

@@ -1,0 +1,190 @@
+#include "sim/lldp_model.h"
+
+#include <iterator>
+#include <tuple>
+
+namespace {
+
+// Capability bits of the LLDP-MED capabilities TLV, as the transmit mask numbers them.
+constexpr uint8_t kMedCapabilities = 0x01, kMedNetworkPolicy = 0x02, kMedExtendedPd = 0x10, kMedInventory = 0x20;
+
+// The distribution switch on the first 10G uplink, learnt half a minute after boot.
+LldpNeighbour uplink() {
+  LldpNeighbour n;
+  n.ifNum = 25;
+  n.remIndex = 1;
+  n.timeStamp = 3127;
+  n.chassisIdSubtype = 4;  // MAC address
+  n.chassisId = "00:25:90:7C:1E:00";
+  n.portIdSubtype = 5;  // interface name
+  n.portId = "Te1/0/1";
+  n.portDesc = "Downlink to SIM-2428X rack B4";
+  n.systemName = "dist-sw1";
+  n.systemDesc = "SIM-4832X 48x10G + 6x40G L3 Switch, 5.2.0.3, Linux 4.14.138";
+  n.capSupported = "bridge, router";
+  n.capEnabled = "bridge, router";
+  n.mgmtAddresses = {{1, "192.168.0.1", 2, 1}};
+  n.portVlan = 1;
+  n.maxFrameSize = 9216;
+  n.aggregation = true;
+  n.aggCapable = 1;
+  n.dot3 = true;  // fixed 10G optics: nothing to negotiate
+  n.advertisedCap = "0000";
+  n.mauType = 36;  // 10GBASE-SR
+  return n;
+}
+
+// A smaller switch of the same family one floor up, on port 12.
+LldpNeighbour accessSwitch() {
+  LldpNeighbour n;
+  n.ifNum = 12;
+  n.remIndex = 2;
+  n.timeStamp = 3544;
+  n.chassisIdSubtype = 4;
+  n.chassisId = "00:1E:C9:A2:44:10";
+  n.portIdSubtype = 5;
+  n.portId = "1/0/48";
+  n.portDesc = "Uplink to floor 1";
+  n.systemName = "access-sw2";
+  n.systemDesc = "SIM-2448P 48x1G PoE+ L2+ Managed Switch, 3.5.1.4, Linux 4.14.138";
+  n.capSupported = "bridge, router";
+  n.capEnabled = "bridge";
+  n.mgmtAddresses = {{1, "10.10.0.12", 2, 10},
+                     {1, "192.168.0.12", 2, 1},
+                     {2, "2001:db8:10::12", 2, 10},
+                     {2, "fe80::21e:c9ff:fea2:4410", 2, 1}};
+  n.portVlan = 1;
+  n.vlans = {{1, "default"}, {10, "users"}, {20, "voice"}};
+  n.maxFrameSize = 1518;
+  n.aggregation = true;
+  n.aggCapable = 1;
+  n.dot3 = true;
+  n.autoNegSupported = 1;
+  n.autoNegEnabled = 1;
+  n.advertisedCap = "6c01";  // 10/100 half and full, 1000 full
+  n.mauType = 30;            // 1000BASE-T full duplex
+  n.orgInfo = {{"00:1E:C9", 1}, {"00:1E:C9", 2}};
+  n.unknownTlvs = {{24, "0102a0"}, {100, "534d2d7631"}};
+  return n;
+}
+
+// A database server's NIC running lldpd, on port 9.
+LldpNeighbour server() {
+  LldpNeighbour n;
+  n.ifNum = 9;
+  n.remIndex = 3;
+  n.timeStamp = 4020;
+  n.chassisIdSubtype = 4;
+  n.chassisId = "3C:EC:EF:1A:27:5E";
+  n.portIdSubtype = 3;  // MAC address
+  n.portId = "3C:EC:EF:1A:27:5F";
+  n.portDesc = "eno2";
+  n.systemName = "db01.example.net";
+  n.systemDesc = "Debian GNU/Linux 12 (bookworm) Linux 6.1.0-18-amd64 #1 SMP PREEMPT_DYNAMIC Debian 6.1.76-1 "
+                 "(2024-02-01) x86_64";
+  n.capSupported = "bridge, router, station";
+  n.capEnabled = "station";
+  n.mgmtAddresses = {{1, "192.168.0.50", 2, 3}, {2, "fe80::3eec:efff:fe1a:275f", 2, 3}};
+  n.maxFrameSize = 1514;
+  n.aggregation = true;
+  n.aggCapable = 1;
+  n.dot3 = true;
+  n.autoNegSupported = 1;
+  n.autoNegEnabled = 1;
+  n.advertisedCap = "6c01";
+  n.mauType = 30;
+  return n;
+}
+
+// A desk phone on port 5, plugged in again some hours after boot.
+LldpNeighbour phone() {
+  LldpNeighbour n;
+  n.ifNum = 5;
+  n.remIndex = 4;
+  n.timeStamp = 5128807;
+  n.chassisIdSubtype = 5;  // network address
+  n.chassisId = "192.168.20.57";
+  n.portIdSubtype = 3;
+  n.portId = "00:04:F2:8C:1A:3E";
+  n.portDesc = "1";
+  n.systemName = "phone-4117";
+  n.systemDesc = "Polycom;VVX-VVX_450;3111-48450-001,1;SIP/6.4.3.5156/11-Feb-22 16:08;UP/6.4.3.5156/11-Feb-22 16:08;";
+  n.capSupported = "bridge, telephone";
+  n.capEnabled = "telephone";
+  n.mgmtAddresses = {{1, "192.168.20.57", 1, 0}};
+  n.dot3 = true;
+  n.autoNegSupported = 1;
+  n.autoNegEnabled = 1;
+  n.advertisedCap = "6c01";
+  n.mauType = 30;
+  n.med = true;
+  n.medCapSupported[0] = kMedCapabilities | kMedNetworkPolicy | kMedExtendedPd | kMedInventory;
+  n.medCapEnabled[0] = n.medCapSupported[0];
+  n.medDeviceClass = 3;  // endpoint class III, communication device
+  n.inventory = {"Rev A", "BootBlock 3.0.5.0", "6.4.3.5156", "0004F28C1A3E", "Polycom", "VVX 450", "IT-PH-4117"};
+  n.poe.deviceType = 3;  // powered device
+  n.poe.pdRequested = 65;  // 6.5 W
+  n.poe.pdSource = 2;      // from the PSE
+  n.poe.pdPriority = 3;    // high
+  n.locations = {{3, "4085550157"}};
+  n.policies = {{1, 20, 5, 46, 0, 1}, {2, 20, 4, 24, 0, 1}};
+  return n;
+}
+
+auto keyOf(const LldpNeighbour &n) { return std::tie(n.ifNum, n.remIndex, n.timeStamp); }
+
+template <size_t N>
+const char *nameIn(const char *const (&names)[N], uint32_t value) {
+  return value >= 1 && value <= N ? names[value - 1] : nullptr;
+}
+
+}  // namespace
+
+void LldpAgent::reset(uint32_t mgmtIpv4) {
+  state_ = LldpState{};
+  state_.mgmtIpv4 = mgmtIpv4;
+  state_.neighbours = {phone(), server(), accessSwitch(), uplink()};
+}
+
+LldpPort LldpAgent::portOrDefault(uint32_t ifNum) const {
+  auto found = state_.ports.find(ifNum);
+  return found == state_.ports.end() ? LldpPort{} : found->second;
+}
+
+const LldpNeighbour *LldpAgent::find(uint32_t ifNum, uint32_t remIndex, uint32_t timeStamp) const {
+  for (const LldpNeighbour &n : state_.neighbours) {
+    if (keyOf(n) == std::tie(ifNum, remIndex, timeStamp)) return &n;
+  }
+  return nullptr;
+}
+
+const LldpNeighbour *LldpAgent::next(uint32_t ifNum, uint32_t remIndex, uint32_t timeStamp) const {
+  for (const LldpNeighbour &n : state_.neighbours) {
+    if (keyOf(n) > std::tie(ifNum, remIndex, timeStamp)) return n.ifNum == ifNum ? &n : nullptr;
+  }
+  return nullptr;
+}
+
+const char *lldpChassisIdSubtypeName(uint32_t subtype) {
+  static const char *const kNames[] = {"Chassis Component", "Interface Alias", "Port Component", "MAC Address",
+                                       "Network Address",   "Interface Name",  "Local"};
+  return nameIn(kNames, subtype);
+}
+
+const char *lldpPortIdSubtypeName(uint32_t subtype) {
+  static const char *const kNames[] = {"Interface Alias", "Port Component",   "MAC Address", "Network Address",
+                                       "Interface Name",  "Agent Circuit ID", "Local"};
+  return nameIn(kNames, subtype);
+}
+
+const char *lldpMauTypeName(uint32_t mauType) {
+  // IANA MAU types 10 to 36: the twisted-pair, fibre and 10G types a port of this kind meets.
+  static const char *const kNames[] = {
+      "10BaseTHD",    "10BaseTFD",    "10BaseFLHD",   "10BaseFLFD",   "100BaseT4",    "100BaseTXHD",
+      "100BaseTXFD",  "100BaseFXHD",  "100BaseFXFD",  "100BaseT2HD",  "100BaseT2FD",  "1000BaseXHD",
+      "1000BaseXFD",  "1000BaseLXHD", "1000BaseLXFD", "1000BaseSXHD", "1000BaseSXFD", "1000BaseCXHD",
+      "1000BaseCXFD", "1000BaseTHD",  "1000BaseTFD",  "10GigBaseX",   "10GigBaseLX4", "10GigBaseR",
+      "10GigBaseER",  "10GigBaseLR",  "10GigBaseSR"};
+  constexpr uint32_t kFirst = 10;
+  return mauType >= kFirst ? nameIn(kNames, mauType - kFirst + 1) : nullptr;
+}
