@@ -3,5 +3,4 @@
 #include "routes/families.h"
 
 void snmpRoutesRegister(httpdTable *) {}
-void lldpRoutesRegister(httpdTable *) {}
 void mirrorRoutesRegister(httpdTable *) {}

@@ -1,0 +1,99 @@
+#pragma once
+// The LLDP family's shared rules: how its routes read keys, answer and size
+// their texts, and the pieces its aggregated routes share.
+#include <cjson/cJSON.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <initializer_list>
+#include <span>
+
+#include "routes/engine/engine.h"
+#include "tools/raii.h"
+
+namespace lldp {
+
+inline constexpr const char *kDir = "/api/v2/monitoring/lldp";
+
+// Keys come from the request data (the query of a GET) and are read with
+// strtol; an absent key is 0 and reaches OpEN as such.
+inline constexpr route::Family kLldp{kDir, "lldp", &route::kRequestDataSigned};
+
+// The settings routes answer every OpEN failure with 10000 and write
+// failures and refusals with a newline, a read's data without.
+inline constexpr route::Answering kSettingRead{&kLldp, route::Mapping::AnyFailure, AnswerStyle::Line,
+                                               AnswerStyle::Line, AnswerStyle::Data};
+inline constexpr route::Answering kSettingWrite{&kLldp, route::Mapping::AnyFailure, AnswerStyle::Line,
+                                                AnswerStyle::Line, AnswerStyle::Line};
+// The neighbour and local-device routes map OpEN results and write every
+// answer, failures included, without a newline.
+inline constexpr route::Answering kDeviceRead{&kLldp, route::Mapping::OpenRc, AnswerStyle::Data, AnswerStyle::Data,
+                                              AnswerStyle::Data};
+
+// A settings route's interface: from QUERY_STRING, also on PUT, read with
+// strtol; absent or 0 refuses the request before anything else is read.
+inline constexpr route::Bind lldpQueryIfNumGet = route::query("ifNum").via(route::kQueryStringSigned).needed();
+
+// "enable" in any case enables; every other word disables.
+inline constexpr route::Choice kEnableName[] = {{"enable", 1}};
+inline constexpr route::ChoiceTable kEnableMode = route::choiceTable(kEnableName, true, 0, "disable");
+
+// OpEN's management string length, 256 when it is 0 or above 256.
+uint32_t lldpMgmtStrLen();
+// Texts of two kinds: 257 bytes described by the management string length,
+// or 512 bytes described as 511 so that a terminator always remains.
+inline constexpr route::BufferKind kMgmtStrText{257, route::SizeRule::Queried, lldpMgmtStrLen};
+inline constexpr route::BufferKind kLongText{512, route::SizeRule::CapacityLessOne, nullptr};
+
+// A neighbour's interface, remote index and time stamp, spelt as the
+// route's operation name says.
+struct NeighbourKeys {
+  route::Bind ifNum, remIndex, timeStamp;
+};
+// intf-remote-device-*, remote-device-*, intf-remote-port-link-aggregation-info
+inline constexpr NeighbourKeys kIntfRemoteKeys{route::query("ifNum"), route::query("remIndex"),
+                                               route::query("timeStamp")};
+// rem-*, med-rem-*, lldpdot3-rem-*
+inline constexpr NeighbourKeys kRemKeys{route::query("ifNum"), route::query("remIndex"), route::query("timestamp")};
+inline constexpr NeighbourKeys kRemBodyKeys{route::body("ifNum"), route::body("remIndex"), route::body("timestamp")};
+// med-remote-*
+inline constexpr NeighbourKeys kMedRemoteKeys{route::query("intf"), route::query("remIndex"),
+                                              route::query("timeStamp")};
+
+// A neighbour route's call: its three keys, then the operation's own bindings.
+constexpr route::Call keyed(const route::OpenCall &open, const NeighbourKeys &keys,
+                            std::initializer_list<route::Bind> rest) {
+  route::Call call{open, {keys.ifNum, keys.remIndex, keys.timeStamp}};
+  size_t at = 3;
+  for (const route::Bind &bind : rest) call.binds[at++] = bind;
+  return call;
+}
+
+// The first interface of a type (0: physical); logs when there is none.
+int swapiIfFirstGet(openapiClientHandle_t *client, uint32_t type, uint32_t *ifNum);
+
+// A text field of an aggregated route, read into a fresh zero-filled buffer
+// of length + 1 bytes described as `length`: the text, `onFailure()` when
+// OpEN fails, nothing at all when there is no memory for the buffer.
+template <typename Read>
+void addTextField(cJSON *row, const char *key, uint32_t length, Read read, cJSON *(*onFailure)()) {
+  CText buffer(static_cast<char *>(calloc(length + 1u, 1)));
+  if (!buffer) return;
+  open_buffdesc desc{length, buffer.get()};
+  bool succeeded = read(&desc) == OPEN_E_NONE;
+  buffer.get()[length] = '\0';
+  cJSON_AddItemToObject(row, key, succeeded ? cJSON_CreateString(buffer.get()) : onFailure());
+}
+inline cJSON *emptyText() { return cJSON_CreateString(""); }
+
+// Registration of each group of routes, in the family's order.
+void settingsRoutesRegister(httpdTable *table);
+void remoteDeviceRoutesRegister(httpdTable *table);
+void localDeviceRoutesRegister(httpdTable *table);
+
+// The tables themselves, for checks over every row.
+std::span<const route::Route> settingsRoutes();
+std::span<const route::Route> remoteDeviceRoutes();
+std::span<const route::Route> localDeviceRoutes();
+
+}  // namespace lldp

@@ -1,0 +1,227 @@
+// LLDP settings: the global timers, the interface modes and optional-TLV
+// selections, LLDP-MED settings, and the status pages made of them.
+#include "cgi/response.h"
+#include "routes/engine/values.h"
+#include "routes/lldp/lldp.h"
+#include "tools/common.h"
+
+namespace lldp {
+
+namespace {
+
+using namespace route;
+
+// The optional TLVs by name, looked up in any case, in the order every
+// answer lists them. A name outside the table reads as 9, past the last type.
+constexpr uint32_t kNoTlvType = 9;
+constexpr Choice kTlvTypes[] = {
+    {"system-description", 0}, {"system-name", 1}, {"system-capabilities", 2},
+    {"port-description", 3},   {"management-address", 4}, {"port-vlan", 5},
+    {"vlan-name", 6},          {"max-frame-size", 7},     {"link-aggregation", 8},
+};
+constexpr ChoiceTable lldpTlvTypeTable = choiceTable(kTlvTypes, true, kNoTlvType, "");
+
+// The LLDP-MED TLVs by their bit in the low byte of the transmit mask.
+struct MedTlv {
+  const char *key;
+  uint8_t bit;
+};
+constexpr MedTlv lldpMedTlvTable[] = {
+    {"capabilities", 0x01}, {"network-policy", 0x02}, {"location", 0x04},
+    {"extended-pse", 0x08}, {"extended-pd", 0x10},     {"inventory", 0x20},
+};
+
+// The reads that the status pages gather.
+constexpr Call kTxIntervalGet{open<rpcclt_openapiLldpTxIntervalGet>, {out("interval")}};
+constexpr Call kTxHoldGet{open<rpcclt_openapiLldpTxHoldGet>, {out("hold")}};
+constexpr Call kTxReinitDelayGet{open<rpcclt_openapiLldpTxReinitDelayGet>, {out("reinit")}};
+constexpr Call kNotificationIntervalGet{open<rpcclt_openapiLldpNotificationIntervalGet>,
+                                        {out("notification-interval")}};
+constexpr Call kFastStartRepeatCountGet{open<rpcclt_openapiLldpXMedFastStartRepeatCountGet>,
+                                        {out("faststartrepeatcount")}};
+constexpr Call kTransmitModeGet{open<rpcclt_openapiLldpIntfTransmitModeGet>,
+                                {lldpQueryIfNumGet, outChoice("transmit", kEnableMode)}};
+constexpr Call kReceiveModeGet{open<rpcclt_openapiLldpIntfReceiveModeGet>,
+                               {lldpQueryIfNumGet, outChoice("receive", kEnableMode)}};
+constexpr Call kNotificationModeGet{open<rpcclt_openapiLldpIntfNotificationModeGet>,
+                                    {lldpQueryIfNumGet, outChoice("notification", kEnableMode)}};
+constexpr Call kTxMgmtAddrModeGet{open<rpcclt_openapiLldpIntfTxMgmtAddrModeGet>,
+                                  {lldpQueryIfNumGet, outChoice("transmit-mgmt", kEnableMode)}};
+
+constexpr const Call *kStatusReads[] = {&kTxIntervalGet, &kTxHoldGet, &kTxReinitDelayGet, &kNotificationIntervalGet};
+constexpr const Call *kInterfaceModeReads[] = {&kTransmitModeGet, &kReceiveModeGet, &kNotificationModeGet,
+                                               &kTxMgmtAddrModeGet};
+
+// "tlv-type" of the body: a string naming a row of the TLV table, else the request is refused.
+int32_t tlvTypeFromBody(const Bind &bind, Request &request, Slot &slot) {
+  const cJSON *item = cJSON_GetObjectItem(request.body(), bind.key);
+  if (!cJSON_IsString(item)) return RC_INVALID_ARGUMENT;
+  slot.num = static_cast<uint64_t>(choiceValue(*bind.choices, item->valuestring));
+  return slot.num >= kNoTlvType ? RC_INVALID_ARGUMENT : RC_SUCCESS;
+}
+constexpr Bind kTlvTypeInBody{.from = From::Custom, .key = "tlv-type", .choices = &lldpTlvTypeTable,
+                              .read = tlvTypeFromBody};
+
+// Only the mask's low byte is reported.
+void showMedTransmitTlvs(cJSON *data, const Bind &, const Slot &slot) {
+  auto low = static_cast<uint8_t>(slot.num & 0xFF);
+  for (const MedTlv &tlv : lldpMedTlvTable) {
+    cJSON_AddStringToObject(data, tlv.key, (low & tlv.bit) != 0 ? "enable" : "disable");
+  }
+}
+
+uint32_t interfaceOfQuery(Request &request) {
+  return static_cast<uint32_t>(numberFromText(findInQueryString(request, "ifNum"), Digits::Signed));
+}
+
+// One member per optional TLV; a TLV whose read fails is left out.
+void addTlvTransmitModes(cJSON *object, uint32_t ifNum) {
+  for (const Choice &tlv : kTlvTypes) {
+    uint32_t mode = 0;
+    int rc = rpcclt_openapiLldpIntfTLVTransmitModeGet(&clientHandle, ifNum, static_cast<uint32_t>(tlv.value), &mode);
+    if (rc == OPEN_E_NONE) cJSON_AddStringToObject(object, tlv.text, choiceText(kEnableMode, mode));
+  }
+}
+
+void tlvTransmitModesGet() {
+  Request request;
+  uint32_t ifNum = interfaceOfQuery(request);
+  if (ifNum == 0) {
+    answerWith(RC_INVALID_ARGUMENT, kLldp.dataKey, nullptr, kSettingRead.refused);
+    return;
+  }
+  JsonPtr data(cJSON_CreateObject());
+  addTlvTransmitModes(data.get(), ifNum);
+  answerWith(RC_SUCCESS, kLldp.dataKey, data.get(), kSettingRead.succeeded);
+}
+
+// Read, modify, write: body members that are strings set or clear their
+// bit; every other bit stays as read.
+void medTransmitTlvsSet() {
+  Request request;
+  uint32_t ifNum = interfaceOfQuery(request);
+  uint16_t mask = 0;
+  int32_t code = ifNum == 0 ? RC_INVALID_ARGUMENT : RC_SUCCESS;
+  if (code == RC_SUCCESS && rpcclt_openapiLldpMedIntfTransmitTlvGet(&clientHandle, ifNum, &mask) != OPEN_E_NONE) {
+    code = RC_GENERAL_FAILED;
+  }
+  if (code == RC_SUCCESS && request.body() == nullptr) code = RC_INVALID_ARGUMENT;
+  if (code == RC_SUCCESS) {
+    for (const MedTlv &tlv : lldpMedTlvTable) {
+      const cJSON *item = cJSON_GetObjectItem(request.body(), tlv.key);
+      if (!cJSON_IsString(item)) continue;
+      bool enable = choiceValue(kEnableMode, item->valuestring) == 1;
+      mask = static_cast<uint16_t>(enable ? mask | tlv.bit : mask & ~tlv.bit);
+    }
+    if (rpcclt_openapiLldpMedIntfTransmitTlvSet(&clientHandle, ifNum, mask) != OPEN_E_NONE) code = RC_GENERAL_FAILED;
+  }
+  answerWith(code, kLldp.dataKey, nullptr, kSettingWrite.succeeded);
+}
+
+// Always a success, with the members whose reads succeeded.
+void statusGet() {
+  Request request;
+  JsonPtr data(cJSON_CreateObject());
+  for (const Call *read : kStatusReads) runCallInto(*read, kLldp, request, data.get());
+  answerWith(RC_SUCCESS, kLldp.dataKey, data.get(), AnswerStyle::Data);
+}
+
+void medStatusGet() {
+  Request request;
+  JsonPtr data(cJSON_CreateObject());
+  runCallInto(kFastStartRepeatCountGet, kLldp, request, data.get());
+  // The switch always reports itself as a network connectivity device.
+  cJSON_AddStringToObject(data.get(), "device-class", "Network Connectivity");
+  answerWith(RC_SUCCESS, kLldp.dataKey, data.get(), AnswerStyle::Data);
+}
+
+cJSON *interfaceStatus(Request &request, uint32_t ifNum) {
+  cJSON *status = cJSON_CreateObject();
+  if (status == nullptr) return nullptr;
+  cJSON_AddNumberToObject(status, "interface", ifNum);
+  request.pin("ifNum", ifNum);
+  for (const Call *read : kInterfaceModeReads) runCallInto(*read, kLldp, request, status);
+  cJSON *tlvs = cJSON_AddObjectToObject(status, "transmit-tlv");
+  if (tlvs != nullptr) addTlvTransmitModes(tlvs, ifNum);
+  return status;
+}
+
+// Every physical interface; the walk stops when OpEN fails or stands still.
+void allInterfaceStatusGet() {
+  Request request;
+  JsonPtr data(cJSON_CreateObject());
+  cJSON *interfaces = cJSON_CreateArray();
+  uint32_t ifNum = 0;
+  int rc = swapiIfFirstGet(&clientHandle, 0, &ifNum);
+  while (rc == OPEN_E_NONE && interfaces != nullptr) {
+    cJSON_AddItemToArray(interfaces, interfaceStatus(request, ifNum));
+    uint32_t next = ifNum;
+    rc = openapiIfNextGet(&clientHandle, 0, ifNum, &next);
+    if (next == ifNum) break;
+    ifNum = next;
+  }
+  cJSON_AddItemToObject(data.get(), "interfaces", interfaces);
+  answerWith(RC_SUCCESS, kLldp.dataKey, data.get(), AnswerStyle::Data);
+}
+
+constexpr Route kSettingsRoutes[] = {
+    {"tx-hold", HTTPD_GET, &kSettingRead, kTxHoldGet},
+    {"tx-hold", HTTPD_PUT, &kSettingWrite, {open<rpcclt_openapiLldpTxHoldSet>, {body("hold").needed()}}},
+    {"tx-interval", HTTPD_GET, &kSettingRead, kTxIntervalGet},
+    {"tx-interval", HTTPD_PUT, &kSettingWrite, {open<rpcclt_openapiLldpTxIntervalSet>, {body("interval").needed()}}},
+    {"tx-reinit-delay", HTTPD_GET, &kSettingRead, kTxReinitDelayGet},
+    {"tx-reinit-delay", HTTPD_PUT, &kSettingWrite,
+     {open<rpcclt_openapiLldpTxReinitDelaySet>, {body("reinit").needed()}}},
+    {"notification-interval", HTTPD_GET, &kSettingRead, kNotificationIntervalGet},
+    {"notification-interval", HTTPD_PUT, &kSettingWrite,
+     {open<rpcclt_openapiLldpNotificationIntervalSet>, {body("notification-interval").needed()}}},
+    {"xmed-fast-start-repeat-count", HTTPD_GET, &kSettingRead, kFastStartRepeatCountGet},
+    {"xmed-fast-start-repeat-count", HTTPD_PUT, &kSettingWrite,
+     {open<rpcclt_openapiLldpXMedFastStartRepeatCountSet>, {body("faststartrepeatcount").needed()}}},
+    {"intf-transmit-mode", HTTPD_GET, &kSettingRead, kTransmitModeGet},
+    {"intf-transmit-mode", HTTPD_PUT, &kSettingWrite,
+     {open<rpcclt_openapiLldpIntfTransmitModeSet>, {lldpQueryIfNumGet, bodyChoice("transmit", kEnableMode).needed()}}},
+    {"intf-receive-mode", HTTPD_GET, &kSettingRead, kReceiveModeGet},
+    {"intf-receive-mode", HTTPD_PUT, &kSettingWrite,
+     {open<rpcclt_openapiLldpIntfReceiveModeSet>, {lldpQueryIfNumGet, bodyChoice("receive", kEnableMode).needed()}}},
+    {"intf-notification-mode", HTTPD_GET, &kSettingRead, kNotificationModeGet},
+    {"intf-notification-mode", HTTPD_PUT, &kSettingWrite,
+     {open<rpcclt_openapiLldpIntfNotificationModeSet>,
+      {lldpQueryIfNumGet, bodyChoice("notification", kEnableMode).needed()}}},
+    {"intf-tx-mgmt-addr-mode", HTTPD_GET, &kSettingRead, kTxMgmtAddrModeGet},
+    {"intf-tx-mgmt-addr-mode", HTTPD_PUT, &kSettingWrite,
+     {open<rpcclt_openapiLldpIntfTxMgmtAddrModeSet>,
+      {lldpQueryIfNumGet, bodyChoice("transmit-mgmt", kEnableMode).needed()}}},
+    {"med-intf-mode", HTTPD_GET, &kSettingRead,
+     {open<rpcclt_openapiLldpMedIntfModeGet>, {lldpQueryIfNumGet, outChoice("med-mode", kEnableMode)}}},
+    {"med-intf-mode", HTTPD_PUT, &kSettingWrite,
+     {open<rpcclt_openapiLldpMedIntfModeSet>, {lldpQueryIfNumGet, bodyChoice("med-mode", kEnableMode).needed()}}},
+    {"med-intf-config-notification-mode", HTTPD_GET, &kSettingRead,
+     {open<rpcclt_openapiLldpMedIntfConfigNotificationModeGet>,
+      {lldpQueryIfNumGet, outChoice("confignotification", kEnableMode)}}},
+    {"med-intf-config-notification-mode", HTTPD_PUT, &kSettingWrite,
+     {open<rpcclt_openapiLldpMedIntfConfigNotificationModeSet>,
+      {lldpQueryIfNumGet, bodyChoice("confignotification", kEnableMode).needed()}}},
+    custom("intf-tlv-transmit-mode", HTTPD_GET, tlvTransmitModesGet),
+    {"intf-tlv-transmit-mode", HTTPD_PUT, &kSettingWrite,
+     {open<rpcclt_openapiLldpIntfTLVTransmitModeSet>,
+      {lldpQueryIfNumGet, kTlvTypeInBody, bodyChoice("mode", kEnableMode).needed()}}},
+    {"med-intf-transmit-tlv", HTTPD_GET, &kSettingRead,
+     {open<rpcclt_openapiLldpMedIntfTransmitTlvGet>,
+      {lldpQueryIfNumGet, outCustom(nullptr, ArgKind::IntPointer, showMedTransmitTlvs)}}},
+    custom("med-intf-transmit-tlv", HTTPD_PUT, medTransmitTlvsSet),
+    custom("status", HTTPD_GET, statusGet),
+    custom("all-interface-status", HTTPD_GET, allInterfaceStatusGet),
+    custom("med-status", HTTPD_GET, medStatusGet),
+    // Unlike the other settings, the interface comes from the request data,
+    // may be absent (0 asks for the first), and failures are mapped.
+    {"intf-next", HTTPD_GET, &kDeviceRead, {open<rpcclt_openapiLldpIntfNextGet>, {query("ifNum"), out("nextIfNum")}}},
+};
+static_assert(std::size(kSettingsRoutes) == 30);
+
+}  // namespace
+
+void settingsRoutesRegister(httpdTable *table) { registerRoutes<kSettingsRoutes>(table, kDir); }
+std::span<const route::Route> settingsRoutes() { return kSettingsRoutes; }
+
+}  // namespace lldp
