@@ -1,0 +1,98 @@
+// LLDP: the key spellings of the neighbour routes, checked over the family's
+// tables, and the simulated agent's walks and port data that no route shows whole.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "routes/lldp/lldp.h"
+#include "tests/unit/sim_fixture.h"
+
+namespace {
+
+struct Spelling {
+  const char *prefix;
+  std::vector<std::string> keys;
+};
+
+const std::vector<std::string> kIfNumTimeStamp = {"ifNum", "remIndex", "timeStamp"};
+const std::vector<std::string> kIfNumTimestamp = {"ifNum", "remIndex", "timestamp"};
+const Spelling kSpellings[] = {
+    {"intf-remote-device-", kIfNumTimeStamp}, {"remote-device-", kIfNumTimeStamp},
+    {"intf-remote-port-link-aggregation-info", kIfNumTimeStamp},
+    {"rem-", kIfNumTimestamp}, {"med-rem-", kIfNumTimestamp}, {"lldpdot3-rem-", kIfNumTimestamp},
+    {"med-remote-", {"intf", "remIndex", "timeStamp"}},
+};
+
+// The query or body keys a row reads, in argument order.
+std::vector<std::string> keysOf(const route::Route &row) {
+  std::vector<std::string> keys;
+  for (const route::Bind &bind : row.call.binds) {
+    if (bind.from == route::From::Query || bind.from == route::From::Body) keys.push_back(bind.key);
+  }
+  return keys;
+}
+
+TEST(LldpRoutes, NeighbourRoutesSpellTheirKeysAsTheirOperationNameSays) {
+  size_t checked = 0;
+  for (auto table : {lldp::settingsRoutes(), lldp::remoteDeviceRoutes(), lldp::localDeviceRoutes()}) {
+    for (const route::Route &row : table) {
+      std::vector<std::string> keys = keysOf(row);
+      // Rows that name no neighbour (the model-name size, MAU texts) read no neighbour keys.
+      if (std::find(keys.begin(), keys.end(), "remIndex") == keys.end()) continue;
+      const Spelling *rule = nullptr;
+      for (const Spelling &spelling : kSpellings) {
+        if (strncmp(row.op, spelling.prefix, strlen(spelling.prefix)) == 0) rule = &spelling;
+      }
+      ASSERT_NE(rule, nullptr) << row.op << " reads neighbour keys outside the named groups";
+      keys.resize(3);
+      EXPECT_EQ(keys, rule->keys) << row.op;
+      ++checked;
+    }
+  }
+  EXPECT_EQ(checked, 48u);
+}
+
+class LldpAgentTest : public simtest::SimFixture {};
+
+TEST_F(LldpAgentTest, ManagementAddressesAreWalkedInFamilyAndAddressOrder) {
+  std::vector<std::string> seen;
+  uint32_t family = 0, length = 0;
+  char text[64] = "";
+  open_buffdesc address{sizeof text, text};
+  open_error_t rc;
+  while ((rc = sim::openapiLldpIntfRemoteDeviceMgmtAddressNextGet(sw, 12, 2, 3544, &family, &address, &length)) ==
+         OPEN_E_NONE) {
+    seen.push_back(std::to_string(family) + " " + text + " " + std::to_string(length));
+    address.size = sizeof text;
+  }
+  EXPECT_EQ(rc, OPEN_E_NOT_FOUND);
+  EXPECT_EQ(seen, (std::vector<std::string>{"1 10.10.0.12 4", "1 192.168.0.12 4", "2 2001:db8:10::12 16",
+                                            "2 fe80::21e:c9ff:fea2:4410 16"}));
+  family = 1;
+  snprintf(text, sizeof text, "not an address");
+  EXPECT_EQ(sim::openapiLldpIntfRemoteDeviceMgmtAddressNextGet(sw, 12, 2, 3544, &family, &address, &length),
+            OPEN_E_PARAM);
+  EXPECT_EQ(sim::openapiLldpIntfRemoteDeviceMgmtAddressNextGet(sw, 29, 2, 3544, &family, &address, &length),
+            OPEN_E_UNAVAIL);
+}
+
+TEST_F(LldpAgentTest, LocalPortDataFollowsThePortsKindAndLink) {
+  const struct {
+    uint32_t port, mauType, autoNeg;
+    const char *advertised;
+  } cases[] = {{1, 30, 1, "6c01"}, {17, 0, 1, "6c01"}, {25, 36, 0, "0000"}, {27, 0, 0, "0000"}};
+  for (const auto &c : cases) {
+    SCOPED_TRACE(c.port);
+    uint32_t mauType = 99, autoNeg = 99;
+    EXPECT_EQ(sim::openapiLldpdot3LocPortAutoNegOperMauTypeGet(sw, c.port, &mauType), OPEN_E_NONE);
+    EXPECT_EQ(sim::openapiLldpdot3LocPortAutoNegSupportedGet(sw, c.port, &autoNeg), OPEN_E_NONE);
+    EXPECT_EQ(mauType, c.mauType);
+    EXPECT_EQ(autoNeg, c.autoNeg);
+    EXPECT_EQ(text(sim::openapiLldpdot3LocPortAutoNegAdvertizedCapGet, c.port), c.advertised);
+  }
+}
+
+}  // namespace
