@@ -101,6 +101,8 @@ env -i "${request[@]}" >/dev/null || true
 min="$(count "$work/cg.min" PATH=/usr/bin:/bin "$work/min")"
 stat="$(measure_cgi stat stats/stat "ifNum=1&counterId=ctr_rx_total_bytes")"
 snap="$(measure_cgi snapshot instru-bst/snapshot "")"
+all="$(measure_cgi all lldp/all-interface-status "")"
+remote="$(measure_cgi remote lldp/remote-device "")"
 
 ratio() {
     awk -v a="$1" -v b="$min" 'BEGIN { printf "%.2f", a / b }'
@@ -112,11 +114,56 @@ answered() {
     sed -n 's/.*"respCode":[[:space:]]*\(-\{0,1\}[0-9]*\).*/\1/p' "$work/cg.$1.stdout" | head -1
 }
 
-row='%-28s %14s %8s %10s\n'
-printf "$row" case instructions ratio respCode
-printf "$row" "minimal C (cJSON_Print)" "$min" "1.00" "-"
-printf "$row" "GET stats/stat" "$stat" "$(ratio "$stat")" "$(answered stat)"
-printf "$row" "GET instru-bst/snapshot" "$snap" "$(ratio "$snap")" "$(answered snapshot)"
+# Wall time of one request in milliseconds, the mean of 20 runs outside valgrind.
+wall_ms() {
+    local runs=20 start end
+    cgi_request "$@"
+    start="$(date +%s%N)"
+    for _ in $(seq "$runs"); do env -i "${request[@]}" >/dev/null || true; done
+    end="$(date +%s%N)"
+    awk -v ns="$((end - start))" -v n="$runs" 'BEGIN { printf "%.1f", ns / n / 1e6 }'
+}
+
+# The OpEN calls one request makes, from the simulator's call log.
+open_calls() {
+    cgi_request "$@"
+    "$bin/opensimctl" --socket "$socket" calls clear
+    env -i "${request[@]}" >/dev/null || true
+    "$bin/opensimctl" --socket "$socket" calls | wc -l
+}
+
+# Instructions inside the client's RPC calls (request built and printed,
+# sent, answer read, parsed and decoded), inclusive, from callgrind.
+client_cost() {
+    callgrind_annotate --inclusive=yes "$work/cg.$1" 2>/dev/null |
+        awk '/openRpcCall/ && !found { gsub(",", "", $1); print $1; found = 1 }'
+}
+
+row='%-28s %14s %8s %8s %10s\n'
+printf "$row" case instructions ratio "wall ms" respCode
+printf "$row" "minimal C (cJSON_Print)" "$min" "1.00" "-" "-"
+printf "$row" "GET stats/stat" "$stat" "$(ratio "$stat")" "$(wall_ms stats/stat "ifNum=1&counterId=ctr_rx_total_bytes")" \
+    "$(answered stat)"
+printf "$row" "GET instru-bst/snapshot" "$snap" "$(ratio "$snap")" "$(wall_ms instru-bst/snapshot "")" \
+    "$(answered snapshot)"
+printf "$row" "GET lldp/all-interface-status" "$all" "$(ratio "$all")" "$(wall_ms lldp/all-interface-status "")" \
+    "$(answered all)"
+printf "$row" "GET lldp/remote-device" "$remote" "$(ratio "$remote")" "$(wall_ms lldp/remote-device "")" \
+    "$(answered remote)"
+echo
+
+row='%-28s %10s %18s %18s\n'
+printf "$row" case "OpEN calls" "client instr" "per call"
+for name in stat all remote; do
+    case "$name" in
+        stat) path=stats/stat query="ifNum=1&counterId=ctr_rx_total_bytes" ;;
+        all) path=lldp/all-interface-status query="" ;;
+        remote) path=lldp/remote-device query="" ;;
+    esac
+    calls="$(open_calls "$path" "$query")"
+    cost="$(client_cost "$name")"
+    printf "$row" "GET $path" "$calls" "$cost" "$(awk -v c="$cost" -v n="$calls" 'BEGIN { printf "%d", c / n }')"
+done
 echo
 
 if [ "$stat" -le "$budget_stat" ]; then
