@@ -13,37 +13,37 @@
 
 namespace lldp {
 
-inline constexpr const char *kDir = "/api/v2/monitoring/lldp";
+constexpr const char *kDir = "/api/v2/monitoring/lldp";
 
 // Keys come from the request data (the query of a GET) and are read with
 // strtol; an absent key is 0 and reaches OpEN as such.
-inline constexpr route::Family kLldp{kDir, "lldp", &route::kRequestDataSigned};
+constexpr route::Family kLldp{kDir, "lldp", &route::kRequestDataSigned};
 
 // The settings routes answer every OpEN failure with 10000 and write
 // failures and refusals with a newline, a read's data without.
-inline constexpr route::Answering kSettingRead{&kLldp, route::Mapping::AnyFailure, AnswerStyle::Line,
+constexpr route::Answering kSettingRead{&kLldp, route::Mapping::AnyFailure, AnswerStyle::Line,
                                                AnswerStyle::Line, AnswerStyle::Data};
-inline constexpr route::Answering kSettingWrite{&kLldp, route::Mapping::AnyFailure, AnswerStyle::Line,
+constexpr route::Answering kSettingWrite{&kLldp, route::Mapping::AnyFailure, AnswerStyle::Line,
                                                 AnswerStyle::Line, AnswerStyle::Line};
 // The neighbour and local-device routes map OpEN results and write every
 // answer, failures included, without a newline.
-inline constexpr route::Answering kDeviceRead{&kLldp, route::Mapping::OpenRc, AnswerStyle::Data, AnswerStyle::Data,
+constexpr route::Answering kDeviceRead{&kLldp, route::Mapping::OpenRc, AnswerStyle::Data, AnswerStyle::Data,
                                               AnswerStyle::Data};
 
 // A settings route's interface: from QUERY_STRING, also on PUT, read with
 // strtol; absent or 0 refuses the request before anything else is read.
-inline constexpr route::Bind lldpQueryIfNumGet = route::query("ifNum").via(route::kQueryStringSigned).needed();
+constexpr route::Bind lldpQueryIfNumGet = route::query("ifNum").via(route::kQueryStringSigned).needed();
 
 // "enable" in any case enables; every other word disables.
-inline constexpr route::Choice kEnableName[] = {{"enable", 1}};
-inline constexpr route::ChoiceTable kEnableMode = route::choiceTable(kEnableName, true, 0, "disable");
+constexpr route::Choice kEnableName[] = {{"enable", 1}};
+constexpr route::ChoiceTable kEnableMode = route::choiceTable(kEnableName, true, 0, "disable");
 
 // OpEN's management string length, 256 when it is 0 or above 256.
 uint32_t lldpMgmtStrLen();
 // Texts of two kinds: 257 bytes described by the management string length,
 // or 512 bytes described as 511 so that a terminator always remains.
-inline constexpr route::BufferKind kMgmtStrText{257, route::SizeRule::Queried, lldpMgmtStrLen};
-inline constexpr route::BufferKind kLongText{512, route::SizeRule::CapacityLessOne, nullptr};
+constexpr route::BufferKind kMgmtStrText{257, route::SizeRule::Queried, lldpMgmtStrLen};
+constexpr route::BufferKind kLongText{512, route::SizeRule::CapacityLessOne, nullptr};
 
 // A neighbour's interface, remote index and time stamp, spelt as the
 // route's operation name says.
@@ -51,13 +51,13 @@ struct NeighbourKeys {
   route::Bind ifNum, remIndex, timeStamp;
 };
 // intf-remote-device-*, remote-device-*, intf-remote-port-link-aggregation-info
-inline constexpr NeighbourKeys kIntfRemoteKeys{route::query("ifNum"), route::query("remIndex"),
+constexpr NeighbourKeys kIntfRemoteKeys{route::query("ifNum"), route::query("remIndex"),
                                                route::query("timeStamp")};
 // rem-*, med-rem-*, lldpdot3-rem-*
-inline constexpr NeighbourKeys kRemKeys{route::query("ifNum"), route::query("remIndex"), route::query("timestamp")};
-inline constexpr NeighbourKeys kRemBodyKeys{route::body("ifNum"), route::body("remIndex"), route::body("timestamp")};
+constexpr NeighbourKeys kRemKeys{route::query("ifNum"), route::query("remIndex"), route::query("timestamp")};
+constexpr NeighbourKeys kRemBodyKeys{route::body("ifNum"), route::body("remIndex"), route::body("timestamp")};
 // med-remote-*
-inline constexpr NeighbourKeys kMedRemoteKeys{route::query("intf"), route::query("remIndex"),
+constexpr NeighbourKeys kMedRemoteKeys{route::query("intf"), route::query("remIndex"),
                                               route::query("timeStamp")};
 
 // A neighbour route's call: its three keys, then the operation's own bindings.
