@@ -96,7 +96,7 @@ void tlvTransmitModesGet() {
 }
 
 // Read, modify, write: body members that are strings set or clear their
-// bit; every other bit stays as read.
+// bit; every other bit stays as read. Every outcome is written as a line.
 void medTransmitTlvsSet() {
   Request request;
   uint32_t ifNum = interfaceOfQuery(request);
@@ -115,7 +115,7 @@ void medTransmitTlvsSet() {
     }
     if (rpcclt_openapiLldpMedIntfTransmitTlvSet(&clientHandle, ifNum, mask) != OPEN_E_NONE) code = RC_GENERAL_FAILED;
   }
-  answerWith(code, kLldp.dataKey, nullptr, kSettingWrite.succeeded);
+  answerWith(code, kLldp.dataKey, nullptr, AnswerStyle::Line);
 }
 
 // Always a success, with the members whose reads succeeded.
