@@ -87,12 +87,21 @@ bool needsBody(const Call &call, size_t count) {
   return false;
 }
 
-// Interface numbers and the like that must be there before anything else is read.
+// The value an integer argument of `bytes` receives.
+uint64_t narrowed(uint64_t value, uint8_t bytes) {
+  return bytes > 0 && bytes < sizeof value ? value & ((uint64_t{1} << (8 * bytes)) - 1) : value;
+}
+
+// Interface numbers and the like that must be there before anything else is
+// read; a number that reaches OpEN as 0 (4294967296 for 32 bits) is absent.
 int32_t readRequiredQueries(const Call &call, size_t count, const Family &family, Request &request, Slot *slots) {
   for (size_t i = 0; i < count; ++i) {
     const Bind &bind = call.binds[i];
     if (bind.from != From::Query || !bind.required) continue;
     int32_t code = readQuery(bind, family, request, slots[i]);
+    if (code == RC_SUCCESS && bind.value == Value::Number && narrowed(slots[i].num, call.open.params[i].intBytes) == 0) {
+      code = RC_INVALID_ARGUMENT;
+    }
     if (code != RC_SUCCESS) return code;
   }
   return RC_SUCCESS;

@@ -250,6 +250,7 @@ TEST_F(LldpTest, SettingsWithoutAnInterfaceOrWithABadBodyAreRefusedBeforeOpen) {
       {"GET", "intf-transmit-mode", ""},
       {"GET", "med-intf-config-notification-mode?ifNum=0", ""},
       {"GET", "intf-tlv-transmit-mode?ifNum=abc", ""},
+      {"GET", "intf-receive-mode?ifNum=4294967296", ""},  // 0 as a 32-bit number
       {"PUT", "intf-receive-mode?intf=3", R"({"receive":"enable"})"},
       {"PUT", "med-intf-transmit-tlv", R"({"location":"enable"})"},
       {"PUT", "tx-hold", R"({"hold":"4"})"},
