@@ -3,4 +3,3 @@
 #include "routes/families.h"
 
 void snmpRoutesRegister(httpdTable *) {}
-void mirrorRoutesRegister(httpdTable *) {}

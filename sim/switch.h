@@ -13,6 +13,7 @@
 #include "open/openapi.h"
 #include "sim/counters.h"
 #include "sim/lldp_model.h"
+#include "sim/mirror_model.h"
 #include "sim/sflow_agent.h"
 #include "sim/traffic.h"
 
@@ -87,6 +88,7 @@ class SimSwitch {
   const Identity &identity() const { return state_.identity; }
   SflowAgent &sflow() { return sflow_; }
   LldpAgent &lldp() { return lldp_; }
+  MirrorModel &mirror() { return mirror_; }
   const std::set<uint32_t> &vlans() const { return state_.vlans; }
   int64_t nowNanos() const { return now(); }
   std::string showVersionText() const;
@@ -116,4 +118,5 @@ class SimSwitch {
   State state_;
   SflowAgent sflow_;
   LldpAgent lldp_;
+  MirrorModel mirror_;
 };

@@ -1,0 +1,166 @@
+// The mirror family's shared helpers: its query getter and the conversions
+// between interface names and interface numbers.
+#include <strings.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "cgi/response.h"
+#include "routes/mirror/mirror.h"
+#include "tools/common.h"
+
+namespace mirror {
+
+namespace {
+
+constexpr uint32_t kPhysical = 0, kCpu = 1, kLag = 2;
+constexpr uint32_t kIpAclType = 1;
+
+uint32_t firstOfType(uint32_t type) {
+  uint32_t ifNum = 0;
+  return openapiIfFirstGet(&clientHandle, type, &ifNum) == OPEN_E_NONE ? ifNum : 0;
+}
+
+uint32_t lagByNumber(const char *digits) {
+  int n = 0;
+  if (sscanf(digits, "%d", &n) != 1 || n < 1) return 0;
+  uint32_t first = firstOfType(kLag);
+  return first != 0 ? first + static_cast<uint32_t>(n) - 1 : 0;
+}
+
+// Walks the physical ports for the one at unit/slot/port.
+uint32_t portAt(int unit, int slot, int port) {
+  uint32_t ifNum = firstOfType(kPhysical);
+  for (int steps = 0; ifNum != 0 && steps < 65536; ++steps) {
+    uint32_t u = 0, s = 0, p = 0;
+    if (rpcclt_openapiHashIntfUnitSlotPortGet(&clientHandle, ifNum, &u, &s, &p) == OPEN_E_NONE &&
+        static_cast<int>(u) == unit && static_cast<int>(s) == slot && static_cast<int>(p) == port) {
+      return ifNum;
+    }
+    uint32_t next = 0;
+    if (openapiIfNextGet(&clientHandle, kPhysical, ifNum, &next) != OPEN_E_NONE || next == ifNum) return 0;
+    ifNum = next;
+  }
+  return 0;
+}
+
+// The LAG's position counted from 1 in the switch's LAG order, or 0.
+int lagPosition(uint32_t ifNum) {
+  uint32_t lag = firstOfType(kLag);
+  for (int position = 1; lag != 0 && position < 65536; ++position) {
+    if (lag == ifNum) return position;
+    uint32_t next = 0;
+    if (openapiIfNextGet(&clientHandle, kLag, lag, &next) != OPEN_E_NONE || next == lag) return 0;
+    lag = next;
+  }
+  return 0;
+}
+
+bool ipAclListed(uint32_t aclId) {
+  uint32_t id = 0;
+  int rc = rpcclt_openapiAclGetFirst(&clientHandle, kIpAclType, &id);
+  for (int steps = 0; rc == OPEN_E_NONE && steps < 65536; ++steps) {
+    if (id == aclId) return true;
+    uint32_t next = 0;
+    rc = rpcclt_openapiAclGetNext(&clientHandle, kIpAclType, id, &next);
+    if (next == id) return false;
+    id = next;
+  }
+  return false;
+}
+
+}  // namespace
+
+const char *mirrorQueryParamGet(const char *key) {
+  static char value[256];
+  const char *query = getenv("QUERY_STRING");
+  if (query == nullptr || key == nullptr) return nullptr;
+  char pattern[128];
+  snprintf(pattern, sizeof pattern, "%s=", key);
+  const char *found = strstr(query, pattern);
+  if (found == nullptr) return nullptr;
+  found += strlen(pattern);
+  size_t length = strcspn(found, "&");
+  if (length > sizeof value - 1) length = sizeof value - 1;
+  memcpy(value, found, length);
+  value[length] = '\0';
+  return value;
+}
+
+const char *findInMirrorQuery(route::Request &, const char *key) { return mirrorQueryParamGet(key); }
+
+uint32_t intfNameToIfNum(const char *name) {
+  if (name == nullptr) return 0;
+  if (strcasecmp(name, "cpu") == 0) return firstOfType(kCpu);
+  if (strncasecmp(name, "lag", 3) == 0) return lagByNumber(name + 3);
+  int unit = 0, slot = 0, port = 0;
+  if (sscanf(name, "%d/%d/%d", &unit, &slot, &port) >= 2) return portAt(unit, slot, port);
+  return static_cast<uint32_t>(strtol(name, nullptr, 10));
+}
+
+void ifNumToIntfName(uint32_t ifNum, char (&name)[64]) {
+  name[0] = '\0';
+  if (ifNum == 0) return;
+  if (firstOfType(kCpu) == ifNum) {
+    snprintf(name, sizeof name, "cpu");
+    return;
+  }
+  if (int position = lagPosition(ifNum); position != 0) {
+    snprintf(name, sizeof name, "lag%d", position);
+    return;
+  }
+  uint32_t unit = 0, slot = 0, port = 0;
+  if (rpcclt_openapiHashIntfUnitSlotPortGet(&clientHandle, ifNum, &unit, &slot, &port) == OPEN_E_NONE) {
+    snprintf(name, sizeof name, "%d/%d/%d", static_cast<int>(unit), static_cast<int>(slot), static_cast<int>(port));
+  } else {
+    snprintf(name, sizeof name, "%u", ifNum);
+  }
+}
+
+void ipAclNameOf(uint32_t aclId, char (&name)[256]) {
+  memset(name, 0, sizeof name);
+  if (ipAclListed(aclId)) {
+    open_buffdesc desc{sizeof name - 1, name};
+    if (rpcclt_openapiAclNameGet(&clientHandle, aclId, &desc) == OPEN_E_NONE && name[0] != '\0') return;
+  }
+  snprintf(name, 16, "%u", aclId);
+}
+
+int32_t ipAclIdByName(const char *name, uint32_t *aclId) {
+  char text[256] = {0};
+  strncpy(text, name, sizeof text - 1);
+  open_buffdesc desc{static_cast<uint32_t>(strlen(text) + 1), text};
+  if (rpcclt_openapiAclGet(&clientHandle, kIpAclType, &desc, aclId) == OPEN_E_NONE) {
+    return *aclId != 0 ? RC_SUCCESS : RC_OBJECT_NOT_EXIST;
+  }
+  char *end = nullptr;
+  unsigned long number = strtoul(text, &end, 10);
+  bool isNumber = text[0] >= '0' && text[0] <= '9' && *end == '\0' && number <= UINT32_MAX;
+  if (!isNumber || number == 0) return RC_OBJECT_NOT_EXIST;
+  *aclId = static_cast<uint32_t>(number);
+  return RC_SUCCESS;
+}
+
+cJSON *interfaceObject(uint32_t ifNum) {
+  cJSON *object = cJSON_CreateObject();
+  cJSON_AddNumberToObject(object, "intIfNum", ifNum);
+  char name[64];
+  ifNumToIntfName(ifNum, name);
+  cJSON_AddStringToObject(object, "interface", name);
+  return object;
+}
+
+void showInterface(cJSON *data, const route::Bind &, const route::Slot &slot) {
+  auto ifNum = static_cast<uint32_t>(slot.num);
+  if (ifNum == 0) {
+    cJSON_AddNullToObject(data, "interface");
+    return;
+  }
+  cJSON_AddNumberToObject(data, "intIfNum", ifNum);
+  char name[64];
+  ifNumToIntfName(ifNum, name);
+  cJSON_AddStringToObject(data, "interface", name);
+}
+
+}  // namespace mirror
