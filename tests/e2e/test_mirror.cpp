@@ -1,0 +1,304 @@
+// Mirror and session routes: what reaches OpEN and how each answer is
+// written, the session document, and the simulated port monitor.
+#include "tests/e2e/harness.h"
+
+namespace {
+
+const std::string kMirror = "/api/v2/monitoring/mirror";
+const std::string kSession = "/api/v2/monitoring/session";
+
+class MirrorTest : public SwitchTest {
+ protected:
+  static std::string ok(const std::string &data = "") {
+    return kJsonHeader + (data.empty() ? envelope(0, "Success") + "\n" : envelope(0, "Success", "mirror", data));
+  }
+  static std::string refused(int code, const std::string &message) {
+    return kJsonHeader + envelope(code, message) + "\n";
+  }
+  // The port-monitor calls of the log, in order, without the interface lookups.
+  std::vector<std::string> monitorCalls() {
+    std::vector<std::string> selected;
+    for (const std::string &line : calls()) {
+      if (line.find("\"op\":\"openapiIf") == std::string::npos &&
+          line.find("HashIntf") == std::string::npos && line.find("Connectivity") == std::string::npos &&
+          line.find("VersionGet") == std::string::npos) {
+        selected.push_back(line);
+      }
+    }
+    return selected;
+  }
+};
+
+TEST_F(MirrorTest, EveryRowCallsItsOperationAndAnswersItsKeys) {
+  const std::string intf24 = R"({"intIfNum":24,"interface":"1/0/24"})";
+  expectRoutes(kMirror, "mirror", {
+      {"GET", "source-port-direction?sessionNum=1&intIfNum=3", "", "openapiMirrorSourcePortDirectionGet", "[3]",
+       "[1,3]", R"({"direction":"tx"})", false},
+      {"POST", "sw-port-monitor-source-port?sessionNum=2", R"({"intIfNum":5,"direction":"RX"})",
+       "openapiSwPortMonitorSourcePortAdd", "[]", "[2,5,2]", "", true},
+      // A value the body gives as 0 comes from the query.
+      {"POST", "sw-port-monitor-source-port?sessionNum=3", R"({"sessionNum":0,"intIfNum":5})",
+       "openapiSwPortMonitorSourcePortAdd", "[]", "[3,5,1]", "", true},
+      {"DELETE", "sw-port-monitor-source-port?sessionNum=1&intIfNum=2", "", "openapiSwPortMonitorSourcePortRemove",
+       "[]", "[1,2]", "", true},
+      {"GET", "sw-port-monitor-dest-port?sessionNum=1", "", "openapiSwPortMonitorDestPortGet", "[24]", "[1]", intf24,
+       false},
+      {"GET", "sw-port-monitor-dest-port?sessionNum=1", "", "openapiSwPortMonitorDestPortGet", "[999]", "[1]",
+       R"({"intIfNum":999,"interface":"999"})", false},
+      {"PUT", "sw-port-monitor-dest-port", R"({"sessionNum":3,"intIfNum":21})", "openapiSwPortMonitorDestPortSet",
+       "[]", "[3,21]", "", true},
+      {"DELETE", "sw-port-monitor-dest-port?sessionNum=1", "", "openapiSwPortMonitorDestPortRemove", "[]", "[1]", "",
+       true},
+      {"GET", "sw-port-monitor-mode?sessionNum=1", "", "openapiSwPortMonitorModeGet", "[1]", "[1]",
+       R"({"mode":"enable"})", false},
+      {"PUT", "sw-port-monitor-mode?sessionNum=1", R"({"mode":"ENABLE"})", "openapiSwPortMonitorModeSet", "[]",
+       "[1,1]", "", true},
+      {"POST", "sw-port-monitor-session-count", "", "openapiSwPortMonitorSessionCount", "[4]", "[]",
+       R"({"session-count":4})", false},
+      {"DELETE", "sw-port-monitor-config", "", "openapiSwPortMonitorConfigRemove", "[]", "[]", "", true},
+      {"DELETE", "sw-port-monitor-session?sessionNum=4", "", "openapiSwPortMonitorSessionRemove", "[]", "[4]", "",
+       true},
+      {"POST", "sw-port-monitor-is-dest-configured?intIfNum=24", "", "openapiSwPortMonitorIsDestConfigured", "[1,1]",
+       "[24]", R"({"configured":true,"sessionNum":1})", false},
+      {"POST", "sw-port-monitor-is-dest-configured?intIfNum=23", "", "openapiSwPortMonitorIsDestConfigured", "[2,3]",
+       "[23]", R"({"configured":false})", false},
+      {"POST", "sw-port-monitor-is-src-configured?intIfNum=5", "", "openapiSwPortMonitorIsSrcConfigured", "[0]",
+       "[5]", R"({"configured":false})", false},
+      {"GET", "sw-port-monitor-src-configured-session?intIfNum=1", "", "openapiSwPortMonitorSrcConfiguredSessionGet",
+       "[1]", "[1]", R"({"sessionNum":1})", false},
+      {"POST", "sw-port-monitor-is-valid-src-port?intIfNum=37", "", "openapiSwPortMonitorIsValidSrcPort", "[1]",
+       "[37]", R"({"valid":true})", false},
+      {"POST", "sw-port-monitor-is-valid-dest-port?intIfNum=29", "", "openapiSwPortMonitorIsValidDestPort", "[0]",
+       "[29]", R"({"valid":false})", false},
+      {"GET", "sw-port-monitor-valid-src-intf-first", "", "openapiSwPortMonitorValidSrcIntfFirstGet", "[37]", "[]",
+       R"({"intIfNum":37,"interface":"cpu"})", false},
+      {"GET", "sw-port-monitor-valid-src-intf-next?intIfNum=29", "", "openapiSwPortMonitorValidSrcIntfNextGet",
+       "[30]", "[29]", R"({"intIfNum":30,"interface":"lag2"})", false},
+      {"GET", "sw-port-monitor-valid-src-intf-list", "", "openapiSwPortMonitorValidSrcIntfListGet", R"(["3,29,0,37"])",
+       "[]",
+       R"({"valid-src-interfaces":[{"intIfNum":3,"interface":"1/0/3"},{"intIfNum":29,"interface":"lag1"},)"
+       R"({"intIfNum":37,"interface":"cpu"}]})",
+       false},
+      {"GET", "sw-port-monitor-valid-dest-intf-first", "", "openapiSwPortMonitorValidDestIntfFirstGet", "[24]", "[]",
+       intf24, false},
+      {"GET", "sw-port-monitor-valid-dest-intf-next?intIfNum=5", "", "openapiSwPortMonitorValidDestIntfNextGet", "[0]",
+       "[5]", R"({"interface":null})", false},
+      {"GET", "sw-port-monitor-valid-dest-intf-list", "", "openapiSwPortMonitorValidDestIntfListGet", R"(["24"])", "[]",
+       R"({"valid-dest-interfaces":[)" + intf24 + "]}", false},
+      {"GET", "sw-monitor-vlan-list?sessionNum=2", "", "openapiSwMonitorVlanListGet", R"(["10,20"])", "[2]",
+       R"({"vlan-list":"10,20"})", false},
+      {"PUT", "sw-monitor-vlan-list", R"({"sessionNum":2,"vlan-list":"10-20"})", "openapiSwMonitorVlanListSet", "[]",
+       R"([2,"10-20",1])", "", true},
+      {"GET", "sw-monitor-src-type?sessionNum=1", "", "openapiSwMonitorSrcTypeGet", "[1]", "[1]", R"({"src-type":1})",
+       false},
+      {"GET", "sw-monitor-dst-type?sessionNum=1", "", "openapiSwMonitorDstTypeGet", "[2]", "[1]", R"({"dst-type":2})",
+       false},
+      {"GET", "sw-monitor-remote-src-vlan?sessionNum=1", "", "openapiSwMonitorRemoteSrcVlanGet", "[30]", "[1]",
+       R"({"remote-src-vlan":30})", false},
+      {"PUT", "sw-remote-monitor-src-vlan?sessionNum=1", R"({"vlanId":30})", "openapiSwRemoteMonitorSrcVlanSet", "[]",
+       "[1,30]", "", true},
+      {"GET", "sw-monitor-remote-dst-vlan?sessionNum=1", "", "openapiSwMonitorRemoteDstVlanGet", "[31]", "[1]",
+       R"({"remote-dst-vlan":31})", false},
+      {"PUT", "sw-remote-monitor-dst-vlan", R"({"sessionNum":1,"vlanId":31})", "openapiSwRemoteMonitorDstVlanSet",
+       "[]", "[1,31]", "", true},
+      {"GET", "sw-monitor-reflector-port?sessionNum=1", "", "openapiSwMonitorReflectorPortGet", "[0]", "[1]",
+       R"({"interface":null})", false},
+      {"PUT", "sw-monitor-reflector-port", R"({"sessionNum":1,"intIfNum":26})", "openapiSwMonitorReflectorPortSet",
+       "[]", "[1,26]", "", true},
+      {"GET", "sw-monitor-mac-acl?sessionNum=1", "", "openapiSwMonitorMacAclGet", R"(["trusted-macs"])", "[1]",
+       R"({"mac-acl":"trusted-macs"})", false},
+      {"PUT", "sw-monitor-mac-acl", R"({"sessionNum":1,"mac-acl":"block-bpdu"})", "openapiSwMonitorMacAclSet", "[]",
+       R"([1,"block-bpdu",1])", "", true},
+      {"GET", "remote-span-vlan", "", "openapiRemoteSpanVlanGet", "[20]", "[]", R"({"rspan-vlan":20})", false},
+      {"GET", "remote-span-vlan-next?rspanVlan=10", "", "openapiRemoteSpanVlanNextGet", "[20]", "[10]",
+       R"({"rspan-vlan-next":20})", false},
+      {"GET", "remote-span-vlan-list", "", "openapiRemoteSpanVlanListGet", R"(["10,20"])", "[]",
+       R"({"rspan-vlans":[10,20]})", false},
+      {"POST", "is-rspan-vlan?vlanId=10", "", "openapiMirrorIsRspanVlan", "[1]", "[10]", R"({"is-rspan-vlan":true})",
+       false},
+      {"POST", "is-src-vlan?vlanId=20", "", "openapiMirrorIsSrcVlan", "[0]", "[20]", R"({"is-src-vlan":false})", false},
+      {"GET", "session-reserve-state?sessionNum=2", "", "openapiMirrorSessionReserveStateGet", "[1]", "[2]",
+       R"({"reserve-state":"reserved"})", false},
+      {"PUT", "session-reserve-state", R"({"sessionNum":2,"reserve-state":"Reserved"})",
+       "openapiMirrorSessionReserveStateSet", "[]", "[2,1]", "", true},
+  });
+}
+
+TEST_F(MirrorTest, ReadsShowTheirDefaultsWhenOpenFails) {
+  const struct {
+    const char *method, *uri, *op, *data;
+  } cases[] = {
+      {"GET", "sw-port-monitor-dest-port?sessionNum=1", "openapiSwPortMonitorDestPortGet", R"({"interface":null})"},
+      {"GET", "sw-port-monitor-mode?sessionNum=1", "openapiSwPortMonitorModeGet", R"({"mode":"disable"})"},
+      {"GET", "source-port-direction?sessionNum=1&intIfNum=1", "openapiMirrorSourcePortDirectionGet",
+       R"({"direction":"both"})"},
+      {"GET", "session-reserve-state?sessionNum=1", "openapiMirrorSessionReserveStateGet",
+       R"({"reserve-state":"unreserved"})"},
+      {"POST", "sw-port-monitor-is-dest-configured?intIfNum=24", "openapiSwPortMonitorIsDestConfigured",
+       R"({"configured":false})"},
+      {"GET", "sw-monitor-vlan-list?sessionNum=1", "openapiSwMonitorVlanListGet", R"({"vlan-list":""})"},
+      {"GET", "remote-span-vlan-list", "openapiRemoteSpanVlanListGet", R"({"rspan-vlans":[]})"},
+      {"GET", "sw-port-monitor-source-ports-list?sessionNum=1", "openapiSwPortMonitorSourcePortsListGet",
+       R"({"source-ports":[]})"},
+      {"GET", "sw-monitor-ip-acl?sessionNum=1", "openapiSwMonitorIpAclGet", R"({"ip-acl-id":0,"ip-acl":null})"},
+  };
+  for (const auto &c : cases) {
+    SCOPED_TRACE(c.uri);
+    ctlOk({"fault", c.op, "-20", "1"});
+    EXPECT_EQ(call(c.method, kMirror + "/" + c.uri).out, ok(c.data));
+  }
+}
+
+TEST_F(MirrorTest, RefusesMissingValuesBeforeOpen) {
+  const struct {
+    const char *method, *uri, *body, *op;
+  } cases[] = {
+      {"POST", "sw-port-monitor-is-valid-src-port", "", "openapiSwPortMonitorIsValidSrcPort"},
+      {"POST", "sw-port-monitor-is-valid-src-port?intIfNum=0", "", "openapiSwPortMonitorIsValidSrcPort"},
+      {"POST", "is-rspan-vlan?vlanId=abc", R"({"vlanId":10})", "openapiMirrorIsRspanVlan"},
+      {"POST", "sw-port-monitor-source-port?sessionNum=1", R"({"direction":"rx"})", "openapiSwPortMonitorSourcePortAdd"},
+      {"PUT", "sw-port-monitor-dest-port?sessionNum=1&intIfNum=5", "intIfNum=5", "openapiSwPortMonitorDestPortSet"},
+      {"PUT", "sw-port-monitor-mode?sessionNum=1", R"({"mode":1})", "openapiSwPortMonitorModeSet"},
+      {"PUT", "session-reserve-state?sessionNum=1", "{}", "openapiMirrorSessionReserveStateSet"},
+      {"PUT", "remote-span-vlan", R"({"vlan-list":10})", "openapiRemoteSpanVlanSet"},
+      {"PUT", "sw-monitor-ip-acl?sessionNum=1", R"({"acl-id":0})", "openapiSwMonitorIpAclSet"},
+  };
+  for (const auto &c : cases) {
+    SCOPED_TRACE(c.uri);
+    ctlOk({"calls", "clear"});
+    EXPECT_EQ(call(c.method, kMirror + "/" + c.uri, c.body).out, refused(10003, "Invalid argument"));
+    EXPECT_TRUE(callsOf(c.op).empty());
+  }
+}
+
+TEST_F(MirrorTest, RemoteSpanRangesSetEachVlanAndAlwaysSucceed) {
+  EXPECT_EQ(call("PUT", kMirror + "/remote-span-vlan", R"({"vlan-list":"10,20-22,x,4090-5000"})").out, ok());
+  std::string sets;
+  for (const std::string &line : callsOf("openapiRemoteSpanVlanSet")) sets += line.substr(line.find("\"in\"")) + "\n";
+  std::string expected;
+  for (int vlan : {10, 20, 21, 22, 4090, 4091, 4092, 4093}) {
+    // Only VLANs 10 and 20 exist: the others are refused, and the answer does not care.
+    expected += R"("in":[)" + std::to_string(vlan) + R"(,1],"rc":)" + (vlan == 10 || vlan == 20 ? "0" : "-22") + "}\n";
+  }
+  EXPECT_EQ(sets, expected);
+}
+
+TEST_F(MirrorTest, IpAclAttachesByNumberOrByName) {
+  const struct {
+    const char *body;
+    std::string expected;
+  } cases[] = {
+      {R"({"acl-id":150})", ok()},
+      {R"({"acl-name":"block-telnet"})", ok()},
+      {R"({"acl-name":"23"})", ok()},                                       // not a name, but a number
+      {R"({"acl-name":"nosuch"})", refused(10012, "Object not exist")},
+      {R"({"acl-id":42})", refused(10003, "Invalid argument")},             // no such list on the switch
+  };
+  for (const auto &c : cases) {
+    SCOPED_TRACE(c.body);
+    EXPECT_EQ(call("PUT", kMirror + "/sw-monitor-ip-acl?sessionNum=2", c.body).out, c.expected);
+  }
+  EXPECT_EQ(call("GET", kMirror + "/sw-monitor-ip-acl?sessionNum=2").out,
+            ok(R"({"ip-acl-id":23,"ip-acl":"snmp-managers"})"));
+}
+
+TEST_F(MirrorTest, SessionDocumentIsReadFromEightQueries) {
+  ctlOk({"stub", "openapiSwPortMonitorModeGet", R"({"rc":0,"out":[1]})"});
+  ctlOk({"stub", "openapiSwPortMonitorSourcePortsListGet", R"({"rc":0,"out":["3,0,7"]})"});
+  ctlOk({"stub", "openapiMirrorSourcePortDirectionGet", R"({"rc":0,"out":[2]})", "1"});
+  ctlOk({"fault", "openapiSwMonitorVlanListGet", "-20"});
+  ctlOk({"stub", "openapiSwMonitorIpAclGet", R"({"rc":0,"out":[120]})"});
+  ctlOk({"stub", "openapiSwMonitorMacAclGet", R"({"rc":0,"out":["trusted-macs"]})"});
+  // No destination, a direction that cannot be read, an IP list the walk does
+  // not find (shown by number and winning over the MAC list).
+  EXPECT_EQ(call("GET", kSession + "/config?sessionId=4").out,
+            ok(R"({"sessionId":4,"mode":"enable","destination":null,"sources":{"interfaces":[)"
+               R"({"interface":"1/0/3","direction":"rx"},{"interface":"1/0/7","direction":"both"}],"vlans":[]},)"
+               R"("aclFilter":{"type":"L3","aclName":"120"}})"));
+  ctlOk({"stub", "openapiSwMonitorIpAclGet", R"({"rc":0,"out":[0]})"});
+  EXPECT_EQ(call("GET", kSession + "/config?sessionId=4").out,
+            ok(R"({"sessionId":4,"mode":"enable","destination":null,"sources":{"interfaces":[)"
+               R"({"interface":"1/0/3","direction":"both"},{"interface":"1/0/7","direction":"both"}],"vlans":[]},)"
+               R"("aclFilter":{"type":"L2","aclName":"trusted-macs"}})"));
+  for (const char *query : {"sessionId=0", "sessionId=5", "session=1", ""}) {
+    SCOPED_TRACE(query);
+    EXPECT_EQ(call("GET", kSession + "/config?" + query).out, kJsonHeader + envelope(10003, "Invalid argument"));
+  }
+}
+
+TEST_F(MirrorTest, SessionDocumentReplacesTheSessionInItsOrder) {
+  const std::string document =
+      R"({"mode":"Enable","destination":"1/0/20","sources":{"interfaces":[{"interface":"LAG2","direction":"tx"},)"
+      R"({"interface":"lag0"},{"interface":"1/0"},{"interface":"cpu","direction":5}],"vlans":[]},)"
+      R"("aclFilter":{"type":"l3","aclName":"block-telnet"}})";
+  ctlOk({"calls", "clear"});
+  EXPECT_EQ(call("PUT", kSession + "/config?sessionId=2", document).out, ok());
+  const std::vector<std::string> expected = {
+      R"({"op":"openapiSwPortMonitorSessionRemove","in":[2],"rc":0})",
+      R"({"op":"openapiSwPortMonitorSourcePortAdd","in":[2,30,3],"rc":0})",
+      R"({"op":"openapiSwPortMonitorSourcePortAdd","in":[2,37,1],"rc":0})",
+      R"({"op":"openapiSwPortMonitorDestPortSet","in":[2,20],"rc":0})",
+      R"({"op":"openapiAclGet","in":[1,"block-telnet"],"rc":0})",
+      R"({"op":"openapiSwMonitorIpAclSet","in":[2,101,1],"rc":0})",
+      R"({"op":"openapiSwPortMonitorModeSet","in":[2,1],"rc":0})",
+  };
+  EXPECT_EQ(monitorCalls(), expected);
+  EXPECT_EQ(call("GET", kSession + "/config?sessionId=2").out,
+            ok(R"({"sessionId":2,"mode":"enable","destination":"1/0/20","sources":{"interfaces":[)"
+               R"({"interface":"lag2","direction":"tx"},{"interface":"cpu","direction":"both"}],"vlans":[]},)"
+               R"("aclFilter":{"type":"L3","aclName":"block-telnet"}})"));
+  // The first error wins and the later steps still run; the mode is always set.
+  ctlOk({"calls", "clear"});
+  EXPECT_EQ(call("PUT", kSession + "/config?sessionId=2", R"({"destination":"nowhere","sources":{"vlans":[0,4094,10]}})").out,
+            refused(10003, "Invalid argument"));
+  EXPECT_EQ(callsOf("openapiSwMonitorVlanListSet"),
+            std::vector<std::string>{R"({"op":"openapiSwMonitorVlanListSet","in":[2,"10",1],"rc":0})"});
+  EXPECT_EQ(callsOf("openapiSwPortMonitorModeSet"),
+            std::vector<std::string>{R"({"op":"openapiSwPortMonitorModeSet","in":[2,0],"rc":0})"});
+}
+
+TEST_F(MirrorTest, InvalidSessionDocumentsChangeNothing) {
+  const struct {
+    const char *query, *body;
+  } cases[] = {
+      {"sessionId=5", "{}"},
+      {"sessionId=1", "{"},
+      {"sessionId=1", R"({"sources":{"interfaces":[{"interface":"1/0/3"}],"vlans":[10]}})"},
+      {"sessionId=1", R"({"aclFilter":"L2"})"},
+      {"sessionId=1", R"({"aclFilter":{"type":"L4","aclName":"x"}})"},
+      {"sessionId=1", R"({"aclFilter":{"type":"L2","aclName":""}})"},
+      {"sessionId=1", R"({"aclFilter":{"type":"L3","aclName":"200"}})"},
+      {"sessionId=1", R"({"aclFilter":{"type":"L3","aclName":"99"}})"},
+  };
+  for (const auto &c : cases) {
+    SCOPED_TRACE(c.body);
+    ctlOk({"calls", "clear"});
+    EXPECT_EQ(call("PUT", kSession + "/config?" + c.query, c.body).out, refused(10003, "Invalid argument"));
+    EXPECT_TRUE(callsOf("openapiSwPortMonitorSessionRemove").empty());
+  }
+}
+
+TEST_F(MirrorTest, SimulatedMonitorKeepsASwitchsRules) {
+  const struct {
+    const char *method, *uri, *body;
+    std::string expected;
+  } cases[] = {
+      {"PUT", "sw-port-monitor-dest-port", R"({"sessionNum":2,"intIfNum":29})", refused(10003, "Invalid argument")},
+      {"PUT", "sw-port-monitor-dest-port", R"({"sessionNum":2,"intIfNum":24})", refused(10011, "Object exist")},
+      {"PUT", "sw-port-monitor-dest-port", R"({"sessionNum":2,"intIfNum":1})", refused(10003, "Invalid argument")},
+      {"POST", "sw-port-monitor-source-port", R"({"sessionNum":2,"intIfNum":1})", refused(10011, "Object exist")},
+      {"PUT", "sw-monitor-vlan-list", R"({"sessionNum":1,"vlan-list":"10"})", refused(10003, "Invalid argument")},
+      {"PUT", "sw-monitor-vlan-list", R"({"sessionNum":2,"vlan-list":"30"})", refused(10003, "Invalid argument")},
+      {"PUT", "sw-monitor-vlan-list", R"({"sessionNum":2,"vlan-list":"10,20"})", ok()},
+      {"POST", "sw-port-monitor-source-port", R"({"sessionNum":2,"intIfNum":3})", refused(10003, "Invalid argument")},
+      {"PUT", "sw-port-monitor-mode", R"({"sessionNum":9,"mode":"enable"})", refused(10003, "Invalid argument")},
+  };
+  for (const auto &c : cases) {
+    SCOPED_TRACE(std::string(c.uri) + " " + c.body);
+    EXPECT_EQ(call(c.method, kMirror + "/" + c.uri, c.body).out, c.expected);
+  }
+  EXPECT_EQ(call("POST", kMirror + "/is-src-vlan?vlanId=20").out, ok(R"({"is-src-vlan":true})"));
+  EXPECT_EQ(call("GET", kMirror + "/sw-monitor-src-type?sessionNum=2").out, ok(R"({"src-type":2})"));
+}
+
+}  // namespace
