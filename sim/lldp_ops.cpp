@@ -8,6 +8,7 @@
 
 #include "sim/lldp_model.h"
 #include "sim/sim_ops.h"
+#include "sim/sim_text.h"
 #include "sim/switch.h"
 
 namespace {
@@ -34,18 +35,6 @@ bool hearsNeighbours(SimSwitch &sw, uint32_t ifNum) {
   const SimSwitch::Interface *intf = sw.findInterface(ifNum);
   return intf != nullptr && intf->type == kIntfPhysical && intf->linkUp && intf->adminEnabled &&
          sw.lldp().portOrDefault(ifNum).receive == 1;
-}
-
-open_error_t putText(open_buffdesc *desc, const std::string &text) {
-  if (desc == nullptr || desc->pstart == nullptr || text.size() + 1 > desc->size) return OPEN_E_PARAM;
-  memcpy(desc->pstart, text.c_str(), text.size() + 1);
-  desc->size = static_cast<uint32_t>(text.size() + 1);
-  return OPEN_E_NONE;
-}
-
-std::string inputText(const open_buffdesc *desc) {
-  if (desc == nullptr || desc->pstart == nullptr) return "";
-  return std::string(desc->pstart, strnlen(desc->pstart, desc->size));
 }
 
 // What a neighbour did not send is not found.

@@ -4,6 +4,7 @@
 
 #include "sim/sflow_agent.h"
 #include "sim/sim_ops.h"
+#include "sim/sim_text.h"
 #include "sim/switch.h"
 
 namespace {
@@ -62,18 +63,6 @@ open_error_t writeField(Lookup lookup, Field field, uint32_t value, open_error_t
   if (check != OPEN_E_NONE) return check;
   entry->*field = value;
   return OPEN_E_NONE;
-}
-
-open_error_t putText(open_buffdesc *desc, const std::string &text) {
-  if (desc == nullptr || desc->pstart == nullptr || text.size() + 1 > desc->size) return OPEN_E_PARAM;
-  memcpy(desc->pstart, text.c_str(), text.size() + 1);
-  desc->size = static_cast<uint32_t>(text.size() + 1);
-  return OPEN_E_NONE;
-}
-
-std::string inputText(const open_buffdesc *desc) {
-  if (desc == nullptr || desc->pstart == nullptr) return "";
-  return std::string(desc->pstart, strnlen(desc->pstart, desc->size));
 }
 
 open_error_t checkAddress(const open_inet_addr_t *addr) {

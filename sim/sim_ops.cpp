@@ -1,5 +1,6 @@
 // The simulated switch's answers to the OpEN operations.
 #include "sim/sim_ops.h"
+#include "sim/sim_text.h"
 
 #include <cctype>
 #include <cinttypes>
@@ -10,19 +11,6 @@
 #include "sim/switch.h"
 
 namespace {
-
-// A real switch refuses an output buffer that cannot take the whole text.
-open_error_t putText(open_buffdesc *desc, const std::string &text) {
-  if (desc == nullptr || desc->pstart == nullptr || text.size() + 1 > desc->size) return OPEN_E_PARAM;
-  memcpy(desc->pstart, text.c_str(), text.size() + 1);
-  desc->size = static_cast<uint32_t>(text.size() + 1);
-  return OPEN_E_NONE;
-}
-
-std::string inputText(const open_buffdesc *desc) {
-  if (desc == nullptr || desc->pstart == nullptr) return "";
-  return std::string(desc->pstart, strnlen(desc->pstart, desc->size));
-}
 
 // The command line accepts any case and any run of blanks between words.
 std::string normalisedCommand(const std::string &text) {
