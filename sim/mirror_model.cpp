@@ -13,16 +13,13 @@ uint32_t MonitorSession::destType() const {
   return remoteDestVlan != 0 ? kDestRemoteVlan : kDestNone;
 }
 
-// The switch as it leaves the factory's test bench: session 1 prepared to
-// copy the first two ports to port 24, not yet enabled; a few access lists.
+// The switch as it leaves the test bench: session 1 prepared to copy the
+// first two ports to port 24, not yet enabled.
 void MirrorModel::reset() {
   state_ = MirrorState{};
   MonitorSession &first = state_.sessions[0];
   first.sourcePorts = {{1, kMirrorBoth}, {2, kMirrorRx}};
   first.destination = 24;
-  acls_ = AclState{};
-  acls_.ip = {{1, ""}, {23, "snmp-managers"}, {101, "block-telnet"}, {150, "voice-rtp"}};
-  acls_.mac = {{kFirstMacAclId, "trusted-macs"}, {kFirstMacAclId + 1, "block-bpdu"}};
 }
 
 MonitorSession *MirrorModel::session(uint32_t number) {
@@ -50,48 +47,95 @@ bool MirrorModel::isSourceVlan(uint32_t vlan) const {
   return false;
 }
 
-const std::map<uint32_t, std::string> *MirrorModel::aclsOfType(uint32_t type) const {
-  if (type == kAclIp) return &acls_.ip;
-  return type == kAclMac ? &acls_.mac : nullptr;
+bool MirrorModel::validSource(uint32_t ifNum, MirrorPort port) const {
+  return port != MirrorPort::Unusable && destSessionOf(ifNum) == 0;
 }
 
-open_error_t MirrorModel::firstAcl(uint32_t type, uint32_t *id) const { return nextAcl(type, 0, id); }
+bool MirrorModel::validDestination(uint32_t ifNum, MirrorPort port) const {
+  return port == MirrorPort::Any && sourceSessionOf(ifNum) == 0;
+}
 
-open_error_t MirrorModel::nextAcl(uint32_t type, uint32_t after, uint32_t *next) const {
-  const auto *list = aclsOfType(type);
-  if (list == nullptr) return OPEN_E_PARAM;
-  auto found = list->upper_bound(after);
-  if (found == list->end()) return OPEN_E_NOT_FOUND;
-  *next = found->first;
+// A port mirrors into one session only; a session mirrors ports or VLANs.
+open_error_t MirrorModel::addSourcePort(uint32_t number, uint32_t ifNum, MirrorPort port, uint32_t direction) {
+  MonitorSession *s = session(number);
+  if (s == nullptr || !validSource(ifNum, port) || direction < kMirrorBoth || direction > kMirrorTx ||
+      !s->sourceVlans.empty() || s->reflectorPort == ifNum) {
+    return OPEN_E_PARAM;
+  }
+  uint32_t owner = sourceSessionOf(ifNum);
+  if (owner != 0 && owner != number) return OPEN_E_EXISTS;
+  s->sourcePorts[ifNum] = direction;
   return OPEN_E_NONE;
 }
 
-open_error_t MirrorModel::aclName(uint32_t id, std::string &name) const {
-  for (const auto *list : {&acls_.ip, &acls_.mac}) {
-    auto found = list->find(id);
-    if (found != list->end()) {
-      name = found->second;
-      return OPEN_E_NONE;
-    }
-  }
-  return OPEN_E_NOT_FOUND;
+open_error_t MirrorModel::removeSourcePort(uint32_t number, uint32_t ifNum) {
+  MonitorSession *s = session(number);
+  return s != nullptr && s->sourcePorts.erase(ifNum) != 0 ? OPEN_E_NONE : OPEN_E_PARAM;
 }
 
-open_error_t MirrorModel::aclByName(uint32_t type, const std::string &name, uint32_t *id) const {
-  const auto *list = aclsOfType(type);
-  if (list == nullptr || name.empty()) return OPEN_E_PARAM;
-  for (const auto &[number, aclName] : *list) {
-    if (aclName == name) {
-      *id = number;
-      return OPEN_E_NONE;
-    }
-  }
-  return OPEN_E_NOT_FOUND;
+// A destination belongs to one session and is never a source.
+open_error_t MirrorModel::setDestination(uint32_t number, uint32_t ifNum, MirrorPort port) {
+  MonitorSession *s = session(number);
+  if (s == nullptr || !validDestination(ifNum, port) || s->reflectorPort == ifNum) return OPEN_E_PARAM;
+  uint32_t owner = destSessionOf(ifNum);
+  if (owner != 0 && owner != number) return OPEN_E_EXISTS;
+  s->destination = ifNum;
+  return OPEN_E_NONE;
 }
 
-bool MirrorModel::macAclExists(const std::string &name) const {
-  uint32_t id = 0;
-  return aclByName(kAclMac, name, &id) == OPEN_E_NONE;
+// The reflector loops remote-span frames back: a physical port that is
+// neither a source nor a destination; 0 takes it away.
+open_error_t MirrorModel::setReflector(uint32_t number, uint32_t ifNum, MirrorPort port) {
+  MonitorSession *s = session(number);
+  if (s == nullptr || (ifNum != 0 && (!validDestination(ifNum, port) || destSessionOf(ifNum) != 0))) {
+    return OPEN_E_PARAM;
+  }
+  s->reflectorPort = ifNum;
+  return OPEN_E_NONE;
+}
+
+// Existing VLANs that are not remote-span VLANs; never beside source ports.
+open_error_t MirrorModel::changeSourceVlans(uint32_t number, const std::string &list, uint32_t action,
+                                            const std::set<uint32_t> &created) {
+  MonitorSession *s = session(number);
+  std::set<uint32_t> vlans;
+  if (s == nullptr || action > 1 || !parseVlanList(list, vlans) || (action == 1 && !s->sourcePorts.empty())) {
+    return OPEN_E_PARAM;
+  }
+  for (uint32_t vlan : vlans) {
+    if (created.count(vlan) == 0 || isRspanVlan(vlan)) return OPEN_E_PARAM;
+  }
+  for (uint32_t vlan : vlans) {
+    if (action == 1) {
+      s->sourceVlans.insert(vlan);
+    } else {
+      s->sourceVlans.erase(vlan);
+    }
+  }
+  return OPEN_E_NONE;
+}
+
+// A session's remote-span VLAN must be one; 0 clears it.
+open_error_t MirrorModel::setRemoteVlan(uint32_t number, uint32_t MonitorSession::*which, uint32_t vlan) {
+  MonitorSession *s = session(number);
+  if (s == nullptr || (vlan != 0 && !isRspanVlan(vlan))) return OPEN_E_PARAM;
+  s->*which = vlan;
+  return OPEN_E_NONE;
+}
+
+// An existing VLAN that no session mirrors becomes a remote-span VLAN.
+open_error_t MirrorModel::changeRspanVlan(uint32_t vlan, uint32_t action, const std::set<uint32_t> &created) {
+  if (action > 1 || vlan == 0 || vlan > kMaxMirrorVlan || created.count(vlan) == 0) return OPEN_E_PARAM;
+  if (action == 0) return state_.rspanVlans.erase(vlan) != 0 ? OPEN_E_NONE : OPEN_E_PARAM;
+  if (isSourceVlan(vlan)) return OPEN_E_PARAM;
+  return state_.rspanVlans.insert(vlan).second ? OPEN_E_NONE : OPEN_E_EXISTS;
+}
+
+open_error_t MirrorModel::removeSession(uint32_t number) {
+  MonitorSession *s = session(number);
+  if (s == nullptr) return OPEN_E_PARAM;
+  *s = MonitorSession{.reserved = s->reserved};
+  return OPEN_E_NONE;
 }
 
 namespace {

@@ -1,9 +1,8 @@
 #pragma once
-// The simulated switch's port monitor and access lists: four monitor
-// sessions that mirror ports or VLANs to a destination port, remote-span
-// VLANs, and the numbered IP and named MAC access lists a session may
-// filter with. Plain records; which interfaces exist and of which type is
-// decided by the operations, which see the whole switch.
+// The simulated switch's port monitor: four monitor sessions that mirror
+// ports or VLANs to a destination port, and the remote-span VLANs. Plain
+// records; the switch tells the rules what an interface is (MirrorPort) and
+// which VLANs exist.
 #include <cstdint>
 #include <map>
 #include <set>
@@ -19,13 +18,18 @@ constexpr uint32_t kMaxMirrorVlan = 4093;
 enum MonitorSourceType : uint32_t { kSourceNone = 0, kSourcePorts = 1, kSourceVlans = 2, kSourceRemoteVlan = 3 };
 enum MonitorDestType : uint32_t { kDestNone = 0, kDestPort = 1, kDestRemoteVlan = 2 };
 
+// What a session may do with an interface: physical ports may be sources,
+// destinations and reflectors; LAGs (their members' frames) and the CPU
+// (what it sends and receives) may only be sources.
+enum class MirrorPort : uint8_t { Unusable, SourceOnly, Any };
+
 struct MonitorSession {
   bool enabled = false;
   std::map<uint32_t, uint32_t> sourcePorts;  // interface -> direction
   std::set<uint32_t> sourceVlans;
   uint32_t destination = 0;
-  uint32_t remoteSourceVlan = 0;  // frames arrive on this RSPAN VLAN
-  uint32_t remoteDestVlan = 0;    // frames leave on this RSPAN VLAN
+  uint32_t remoteSourceVlan = 0;  // frames arrive on this remote-span VLAN
+  uint32_t remoteDestVlan = 0;    // frames leave on this remote-span VLAN
   uint32_t reflectorPort = 0;
   uint32_t ipAcl = 0;
   std::string macAcl;
@@ -40,22 +44,10 @@ struct MirrorState {
   std::set<uint32_t> rspanVlans;
 };
 
-// ACL types as OpEN numbers them.
-constexpr uint32_t kAclIp = 1, kAclMac = 2;
-// Numbered IP lists: 1-99 standard, 100-199 extended. MAC lists are known by
-// name; the switch numbers them from 1001 for the walks.
-constexpr uint32_t kMaxIpAcl = 199, kFirstMacAclId = 1001;
-
-struct AclState {
-  std::map<uint32_t, std::string> ip;   // number -> name ("" when it has none)
-  std::map<uint32_t, std::string> mac;  // id -> name
-};
-
 class MirrorModel {
  public:
   void reset();
-  MirrorState &state() { return state_; }
-  AclState &acls() { return acls_; }
+  const MirrorState &state() const { return state_; }
 
   // A session by its number (1..4); NULL for any other.
   MonitorSession *session(uint32_t number);
@@ -63,20 +55,31 @@ class MirrorModel {
   uint32_t sourceSessionOf(uint32_t ifNum) const;
   uint32_t destSessionOf(uint32_t ifNum) const;
   bool isSourceVlan(uint32_t vlan) const;
+  bool isRspanVlan(uint32_t vlan) const { return state_.rspanVlans.count(vlan) != 0; }
 
-  // ACL walks by type, in number order; -29 past the end.
-  open_error_t firstAcl(uint32_t type, uint32_t *id) const;
-  open_error_t nextAcl(uint32_t type, uint32_t after, uint32_t *next) const;
-  open_error_t aclName(uint32_t id, std::string &name) const;
-  open_error_t aclByName(uint32_t type, const std::string &name, uint32_t *id) const;
-  bool macAclExists(const std::string &name) const;
+  // What a session may take now: a source that is no destination, a
+  // destination that is a physical port and no source.
+  bool validSource(uint32_t ifNum, MirrorPort port) const;
+  bool validDestination(uint32_t ifNum, MirrorPort port) const;
+
+  // The rules of a switch: -22 for what does not fit, -24 for what another
+  // session already has.
+  open_error_t addSourcePort(uint32_t number, uint32_t ifNum, MirrorPort port, uint32_t direction);
+  open_error_t removeSourcePort(uint32_t number, uint32_t ifNum);
+  open_error_t setDestination(uint32_t number, uint32_t ifNum, MirrorPort port);
+  open_error_t setReflector(uint32_t number, uint32_t ifNum, MirrorPort port);
+  // Action 1 adds, 0 removes; `created` are the VLANs the switch has.
+  open_error_t changeSourceVlans(uint32_t number, const std::string &list, uint32_t action,
+                                 const std::set<uint32_t> &created);
+  open_error_t setRemoteVlan(uint32_t number, uint32_t MonitorSession::*which, uint32_t vlan);
+  open_error_t changeRspanVlan(uint32_t vlan, uint32_t action, const std::set<uint32_t> &created);
+  // Everything of a session but its reservation.
+  open_error_t removeSession(uint32_t number);
 
  private:
-  const std::map<uint32_t, std::string> *aclsOfType(uint32_t type) const;
   MirrorState state_;
-  AclState acls_;
 };
 
-// "10,20-22" as VLAN numbers; false for a token that is not a number or a range.
+// "10,20-22" as VLAN numbers in 1..4093; false for anything else.
 bool parseVlanList(const std::string &text, std::set<uint32_t> &vlans);
 std::string joinNumbers(const std::set<uint32_t> &numbers);

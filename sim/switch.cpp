@@ -117,6 +117,7 @@ void SimSwitch::resetToDefault() {
   sflow_.reset(kSflowAgentIpv4, sflowAgentIpv6(state_.identity.baseMac));
   lldp_.reset(kSflowAgentIpv4);
   mirror_.reset();
+  acls_.reset();
 }
 
 const SimSwitch::Interface *SimSwitch::findInterface(uint32_t intIfNum) const {

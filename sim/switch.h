@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "open/openapi.h"
+#include "sim/acl_model.h"
 #include "sim/counters.h"
 #include "sim/lldp_model.h"
 #include "sim/mirror_model.h"
@@ -89,6 +90,7 @@ class SimSwitch {
   SflowAgent &sflow() { return sflow_; }
   LldpAgent &lldp() { return lldp_; }
   MirrorModel &mirror() { return mirror_; }
+  AclModel &acls() { return acls_; }
   const std::set<uint32_t> &vlans() const { return state_.vlans; }
   int64_t nowNanos() const { return now(); }
   std::string showVersionText() const;
@@ -119,4 +121,5 @@ class SimSwitch {
   SflowAgent sflow_;
   LldpAgent lldp_;
   MirrorModel mirror_;
+  AclModel acls_;
 };
