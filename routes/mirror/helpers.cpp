@@ -1,5 +1,5 @@
-// The mirror family's shared helpers: its query getter and the conversions
-// between interface names and interface numbers.
+// The mirror family's shared helpers: its query getter, the conversions
+// between interface names and interface numbers, and the IP ACLs by name.
 #include <strings.h>
 
 #include <cstdio>
@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "cgi/response.h"
+#include "routes/engine/values.h"
 #include "routes/mirror/mirror.h"
 #include "tools/common.h"
 
@@ -142,25 +143,18 @@ int32_t ipAclIdByName(const char *name, uint32_t *aclId) {
   return RC_SUCCESS;
 }
 
-cJSON *interfaceObject(uint32_t ifNum) {
-  cJSON *object = cJSON_CreateObject();
-  cJSON_AddNumberToObject(object, "intIfNum", ifNum);
+cJSON *sourcePortObject(uint32_t session, uint32_t ifNum, bool withNumber) {
+  cJSON *port = cJSON_CreateObject();
+  if (withNumber) cJSON_AddNumberToObject(port, "intIfNum", ifNum);
   char name[64];
   ifNumToIntfName(ifNum, name);
-  cJSON_AddStringToObject(object, "interface", name);
-  return object;
-}
-
-void showInterface(cJSON *data, const route::Bind &, const route::Slot &slot) {
-  auto ifNum = static_cast<uint32_t>(slot.num);
-  if (ifNum == 0) {
-    cJSON_AddNullToObject(data, "interface");
-    return;
+  cJSON_AddStringToObject(port, "interface", name);
+  uint32_t direction = kBoth;
+  if (rpcclt_openapiMirrorSourcePortDirectionGet(&clientHandle, session, ifNum, &direction) != OPEN_E_NONE) {
+    direction = kBoth;
   }
-  cJSON_AddNumberToObject(data, "intIfNum", ifNum);
-  char name[64];
-  ifNumToIntfName(ifNum, name);
-  cJSON_AddStringToObject(data, "interface", name);
+  cJSON_AddStringToObject(port, "direction", route::choiceText(kDirection, direction));
+  return port;
 }
 
 }  // namespace mirror

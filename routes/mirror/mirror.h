@@ -1,12 +1,15 @@
 #pragma once
 // What the mirror and session routes share: the query getter, the
-// conversions between interface names and numbers, and the family's rules.
+// conversions between interface names and numbers, the IP ACL by name, and
+// the family's directions and lists.
 #include <cjson/cJSON.h>
 
 #include <cstdint>
-#include <span>
+#include <cstdlib>
+#include <cstring>
 
 #include "routes/engine/engine.h"
+#include "tools/raii.h"
 
 namespace mirror {
 
@@ -38,12 +41,26 @@ constexpr uint32_t kBoth = 1, kRx = 2, kTx = 3;
 constexpr route::Choice kDirectionNames[] = {{"rx", kRx}, {"tx", kTx}};
 constexpr route::ChoiceTable kDirection = route::choiceTable(kDirectionNames, true, kBoth, "both");
 
-// The interface as {"intIfNum", "interface"}, or {"interface": null} for 0.
-void showInterface(cJSON *data, const route::Bind &bind, const route::Slot &slot);
-cJSON *interfaceObject(uint32_t ifNum);
+// Action of the OpEN writes that add to a list or attach a filter.
+constexpr uint32_t kAttach = 1;
+
+// Calls `each` with the strtol value of every token of a comma-separated
+// list that OpEN filled, reading at most `size` bytes of it.
+template <typename Each>
+void forEachListed(const char *list, size_t size, Each each) {
+  if (list == nullptr) return;
+  CText copy(strndup(list, strnlen(list, size)));
+  char *rest = copy.get();
+  for (char *token = rest ? strtok_r(rest, ",", &rest) : nullptr; token; token = strtok_r(nullptr, ",", &rest)) {
+    each(strtol(token, nullptr, 10));
+  }
+}
+
+// A source port of a session: its number when asked, its name, and its
+// direction ("both" when OpEN cannot tell).
+cJSON *sourcePortObject(uint32_t session, uint32_t ifNum, bool withNumber);
 
 void mirrorRouteTableRegister(httpdTable *table);
 void sessionConfigRegister(httpdTable *table);
-std::span<const route::Route> mirrorRoutes();
 
 }  // namespace mirror

@@ -1,5 +1,5 @@
-// The mirror routes: one OpEN port-monitor call each, but for the lists,
-// the IP ACL filter and the remote-span VLAN ranges.
+// The mirror routes: one OpEN port-monitor call each, but for the
+// remote-span VLAN ranges.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -30,7 +30,6 @@ constexpr BufferKind kIntfListText{5000, SizeRule::Capacity, nullptr};
 constexpr BufferKind kVlanListText{1024, SizeRule::Capacity, nullptr};
 constexpr BufferKind kAclNameText{256, SizeRule::Capacity, nullptr};
 
-constexpr uint32_t kAttach = 1;
 constexpr uint32_t kMaxRspanVlan = 4093;
 
 // Selectors of the query; values of the body, the query standing in for
@@ -41,6 +40,19 @@ constexpr Bind kIntfInBody = bodyOrQuery("intIfNum").needed();
 // The yes/no routes read their one key from the query only, and never 0.
 constexpr Bind kIntfAsked = query("intIfNum").needed();
 constexpr Bind kVlanAsked = query("vlanId").needed();
+
+// The interface as {"intIfNum", "interface"}, or {"interface": null} for 0.
+void showInterface(cJSON *data, const Bind &, const Slot &slot) {
+  auto ifNum = static_cast<uint32_t>(slot.num);
+  if (ifNum == 0) {
+    cJSON_AddNullToObject(data, "interface");
+    return;
+  }
+  cJSON_AddNumberToObject(data, "intIfNum", ifNum);
+  char name[64];
+  ifNumToIntfName(ifNum, name);
+  cJSON_AddStringToObject(data, "interface", name);
+}
 constexpr Bind kInterface = outCustom("interface", ArgKind::IntPointer, showInterface);
 
 // The session of a configured destination, shown only beside "configured": true.
@@ -50,99 +62,64 @@ void showSessionWhenConfigured(cJSON *data, const Bind &bind, const Slot &slot) 
   }
 }
 
-// Calls `each` with every non-zero number of a comma-separated list.
-template <typename Each>
-void forEachListed(const Slot &slot, Each each) {
-  if (slot.desc.pstart == nullptr || slot.capacity == 0) return;
-  CText list(strndup(slot.desc.pstart, strnlen(slot.desc.pstart, slot.capacity - 1)));
-  char *rest = list.get();
-  for (char *token = rest ? strtok_r(rest, ",", &rest) : nullptr; token; token = strtok_r(nullptr, ",", &rest)) {
-    long value = strtol(token, nullptr, 10);
-    if (value != 0) each(value);
-  }
-}
-
 void showInterfaceList(cJSON *data, const Bind &bind, const Slot &slot) {
   cJSON *list = cJSON_AddArrayToObject(data, bind.outKey);
-  forEachListed(slot, [&](long ifNum) { cJSON_AddItemToArray(list, interfaceObject(static_cast<uint32_t>(ifNum))); });
+  forEachListed(slot.desc.pstart, slot.capacity, [&](long value) {
+    if (value == 0) return;
+    cJSON *intf = cJSON_CreateObject();
+    showInterface(intf, bind, Slot{.num = static_cast<uint32_t>(value)});
+    cJSON_AddItemToArray(list, intf);
+  });
 }
 
 void showVlanNumbers(cJSON *data, const Bind &bind, const Slot &slot) {
   cJSON *list = cJSON_AddArrayToObject(data, bind.outKey);
-  forEachListed(slot, [&](long vlan) { cJSON_AddItemToArray(list, cJSON_CreateNumber(static_cast<double>(vlan))); });
+  forEachListed(slot.desc.pstart, slot.capacity, [&](long vlan) {
+    if (vlan != 0) cJSON_AddItemToArray(list, cJSON_CreateNumber(static_cast<double>(vlan)));
+  });
 }
 
-uint32_t sessionFromQuery() {
+uint32_t sessionInQuery() {
   return static_cast<uint32_t>(numberFromText(mirrorQueryParamGet("sessionNum"), Digits::Unsigned));
 }
 
-// Each source port with its name and its direction ("both" when unknown).
-void sourcePortsListGet() {
-  uint32_t session = sessionFromQuery();
-  CText list(static_cast<char *>(calloc(kIntfListText.capacity + 1, 1)));
-  JsonPtr data(cJSON_CreateObject());
-  cJSON *ports = cJSON_AddArrayToObject(data.get(), "source-ports");
-  open_buffdesc desc{kIntfListText.capacity, list.get()};
-  if (list && rpcclt_openapiSwPortMonitorSourcePortsListGet(&clientHandle, session, &desc) == OPEN_E_NONE) {
-    Slot slot;
-    slot.desc = {kIntfListText.capacity, list.get()};
-    slot.capacity = kIntfListText.capacity;
-    forEachListed(slot, [&](long value) {
-      auto ifNum = static_cast<uint32_t>(value);
-      cJSON *port = interfaceObject(ifNum);
-      uint32_t direction = kBoth;
-      if (rpcclt_openapiMirrorSourcePortDirectionGet(&clientHandle, session, ifNum, &direction) != OPEN_E_NONE) {
-        direction = kBoth;
-      }
-      cJSON_AddStringToObject(port, "direction", choiceText(kDirection, direction));
-      cJSON_AddItemToArray(ports, port);
-    });
-  }
-  answerWith(RC_SUCCESS, kMirror.dataKey, data.get(), AnswerStyle::Data);
+// Each source port with its name and direction; the directions are asked of
+// the session the query names.
+void showSourcePorts(cJSON *data, const Bind &bind, const Slot &slot) {
+  uint32_t session = sessionInQuery();
+  cJSON *ports = cJSON_AddArrayToObject(data, bind.outKey);
+  forEachListed(slot.desc.pstart, slot.capacity, [&](long ifNum) {
+    if (ifNum != 0) cJSON_AddItemToArray(ports, sourcePortObject(session, static_cast<uint32_t>(ifNum), true));
+  });
 }
 
 // The attached IP ACL by number and by name; 0 and null when there is none.
-void ipAclGet() {
-  uint32_t aclId = 0;
-  if (rpcclt_openapiSwMonitorIpAclGet(&clientHandle, sessionFromQuery(), &aclId) != OPEN_E_NONE) aclId = 0;
-  JsonPtr data(cJSON_CreateObject());
-  cJSON_AddNumberToObject(data.get(), "ip-acl-id", aclId);
+void showIpAcl(cJSON *data, const Bind &, const Slot &slot) {
+  auto aclId = static_cast<uint32_t>(slot.num);
+  cJSON_AddNumberToObject(data, "ip-acl-id", aclId);
   if (aclId == 0) {
-    cJSON_AddNullToObject(data.get(), "ip-acl");
-  } else {
-    char name[256];
-    ipAclNameOf(aclId, name);
-    cJSON_AddStringToObject(data.get(), "ip-acl", name);
-  }
-  answerWith(RC_SUCCESS, kMirror.dataKey, data.get(), AnswerStyle::Data);
-}
-
-uint32_t bodyNumber(const cJSON *body, const char *key) {
-  const cJSON *item = cJSON_GetObjectItem(body, key);
-  return cJSON_IsNumber(item) ? jsonNumberToU32(item) : 0;
-}
-
-// Attaches the IP ACL given by "acl-id", else by "acl-name".
-void ipAclSet() {
-  Request request;
-  const cJSON *body = request.body();
-  if (body == nullptr) {
-    answerWith(RC_INVALID_ARGUMENT, nullptr, nullptr, AnswerStyle::Line);
+    cJSON_AddNullToObject(data, "ip-acl");
     return;
   }
-  uint32_t session = bodyNumber(body, "sessionNum");
-  if (session == 0) session = sessionFromQuery();
-  uint32_t aclId = bodyNumber(body, "acl-id");
-  const cJSON *name = cJSON_GetObjectItem(body, "acl-name");
-  int32_t code = RC_SUCCESS;
+  char name[256];
+  ipAclNameOf(aclId, name);
+  cJSON_AddStringToObject(data, "ip-acl", name);
+}
+
+// The IP ACL to attach: "acl-id" of the body (else of the query), else the
+// list that the body's "acl-name" names.
+int32_t readIpAclToAttach(const Bind &, Request &request, Slot &slot) {
+  const cJSON *id = cJSON_GetObjectItem(request.body(), "acl-id");
+  uint32_t aclId = cJSON_IsNumber(id) ? jsonNumberToU32(id) : 0;
+  if (aclId == 0) aclId = static_cast<uint32_t>(numberFromText(mirrorQueryParamGet("acl-id"), Digits::Unsigned));
   if (aclId == 0) {
-    code = cJSON_IsString(name) && name->valuestring[0] != '\0' ? ipAclIdByName(name->valuestring, &aclId)
-                                                                : RC_INVALID_ARGUMENT;
+    const cJSON *name = cJSON_GetObjectItem(request.body(), "acl-name");
+    if (!cJSON_IsString(name) || name->valuestring[0] == '\0') return RC_INVALID_ARGUMENT;
+    int32_t code = ipAclIdByName(name->valuestring, &aclId);
+    if (code != RC_SUCCESS) return code;
   }
-  if (code == RC_SUCCESS) {
-    code = openRcToResultCode(rpcclt_openapiSwMonitorIpAclSet(&clientHandle, session, aclId, kAttach));
-  }
-  answerWith(code, nullptr, nullptr, AnswerStyle::Line);
+  slot.num = aclId;
+  return RC_SUCCESS;
 }
 
 void setRspanVlans(long first, long last) {
@@ -151,7 +128,8 @@ void setRspanVlans(long first, long last) {
   }
 }
 
-// "10,20-22" sets VLANs 10, 20, 21 and 22; ranges stop at 4093; other
+// "10,20-22" sets VLANs 10, 20, 21 and 22; ranges stop at 4093, and start no
+// lower than 0 so that a negative start cannot mean billions of calls; other
 // tokens are passed over. The answer does not depend on the single calls.
 void rspanVlansSet() {
   Request request;
@@ -166,7 +144,7 @@ void rspanVlansSet() {
   for (char *token = strtok_r(rest, ",", &rest); token; token = strtok_r(nullptr, ",", &rest)) {
     int first = 0, last = 0;
     if (sscanf(token, "%d-%d", &first, &last) == 2) {
-      setRspanVlans(first, last < static_cast<int>(kMaxRspanVlan) ? last : kMaxRspanVlan);
+      setRspanVlans(first < 0 ? 0 : first, last < static_cast<int>(kMaxRspanVlan) ? last : kMaxRspanVlan);
     } else if (sscanf(token, "%d", &first) == 1) {
       setRspanVlans(first, first);
     }
@@ -175,7 +153,9 @@ void rspanVlansSet() {
 }
 
 constexpr Route kMirrorRoutes[] = {
-    custom("sw-port-monitor-source-ports-list", HTTPD_GET, sourcePortsListGet),
+    {"sw-port-monitor-source-ports-list", HTTPD_GET, &kRead,
+     {open<rpcclt_openapiSwPortMonitorSourcePortsListGet>,
+      {kSession, outCustom("source-ports", ArgKind::Buffer, showSourcePorts, &kIntfListText)}}},
     {"source-port-direction", HTTPD_GET, &kRead,
      {open<rpcclt_openapiMirrorSourcePortDirectionGet>,
       {kSession, query("intIfNum"), outChoice("direction", kDirection)}}},
@@ -184,7 +164,8 @@ constexpr Route kMirrorRoutes[] = {
       {kSessionInBody, kIntfInBody, bodyChoice("direction", kDirection)}}},
     {"sw-port-monitor-source-port", HTTPD_DELETE, &kWrite,
      {open<rpcclt_openapiSwPortMonitorSourcePortRemove>, {kSession, query("intIfNum")}}},
-    {"sw-port-monitor-dest-port", HTTPD_GET, &kRead, {open<rpcclt_openapiSwPortMonitorDestPortGet>, {kSession, kInterface}}},
+    {"sw-port-monitor-dest-port", HTTPD_GET, &kRead,
+     {open<rpcclt_openapiSwPortMonitorDestPortGet>, {kSession, kInterface}}},
     {"sw-port-monitor-dest-port", HTTPD_PUT, &kWrite,
      {open<rpcclt_openapiSwPortMonitorDestPortSet>, {kSessionInBody, kIntfInBody}}},
     {"sw-port-monitor-dest-port", HTTPD_DELETE, &kWrite, {open<rpcclt_openapiSwPortMonitorDestPortRemove>, {kSession}}},
@@ -240,8 +221,11 @@ constexpr Route kMirrorRoutes[] = {
      {open<rpcclt_openapiSwMonitorReflectorPortGet>, {kSession, kInterface}}},
     {"sw-monitor-reflector-port", HTTPD_PUT, &kWrite,
      {open<rpcclt_openapiSwMonitorReflectorPortSet>, {kSessionInBody, kIntfInBody}}},
-    custom("sw-monitor-ip-acl", HTTPD_GET, ipAclGet),
-    custom("sw-monitor-ip-acl", HTTPD_PUT, ipAclSet),
+    {"sw-monitor-ip-acl", HTTPD_GET, &kRead,
+     {open<rpcclt_openapiSwMonitorIpAclGet>, {kSession, outCustom("ip-acl-id", ArgKind::IntPointer, showIpAcl)}}},
+    {"sw-monitor-ip-acl", HTTPD_PUT, &kWrite,
+     {open<rpcclt_openapiSwMonitorIpAclSet>,
+      {kSessionInBody, customInput(ArgKind::IntValue, readIpAclToAttach), constant(kAttach)}}},
     {"sw-monitor-mac-acl", HTTPD_GET, &kRead,
      {open<rpcclt_openapiSwMonitorMacAclGet>, {kSession, outText("mac-acl", kAclNameText)}}},
     {"sw-monitor-mac-acl", HTTPD_PUT, &kWrite,
@@ -254,7 +238,8 @@ constexpr Route kMirrorRoutes[] = {
     {"remote-span-vlan-list", HTTPD_GET, &kRead,
      {open<rpcclt_openapiRemoteSpanVlanListGet>,
       {outCustom("rspan-vlans", ArgKind::Buffer, showVlanNumbers, &kVlanListText)}}},
-    {"is-rspan-vlan", HTTPD_POST, &kRead, {open<rpcclt_openapiMirrorIsRspanVlan>, {kVlanAsked, outBool("is-rspan-vlan")}}},
+    {"is-rspan-vlan", HTTPD_POST, &kRead,
+     {open<rpcclt_openapiMirrorIsRspanVlan>, {kVlanAsked, outBool("is-rspan-vlan")}}},
     {"is-src-vlan", HTTPD_POST, &kRead, {open<rpcclt_openapiMirrorIsSrcVlan>, {kVlanAsked, outBool("is-src-vlan")}}},
     {"session-reserve-state", HTTPD_GET, &kRead,
      {open<rpcclt_openapiMirrorSessionReserveStateGet>, {kSession, outChoice("reserve-state", kReserveState)}}},
@@ -267,6 +252,5 @@ static_assert(std::size(kMirrorRoutes) == 45);
 }  // namespace
 
 void mirrorRouteTableRegister(httpdTable *table) { registerRoutes<kMirrorRoutes>(table, kMirrorDir); }
-std::span<const Route> mirrorRoutes() { return kMirrorRoutes; }
 
 }  // namespace mirror

@@ -18,7 +18,6 @@ namespace {
 using namespace route;
 
 constexpr uint32_t kSessions = 4;
-constexpr uint32_t kAttach = 1;
 constexpr uint32_t kMaxSourceVlan = 4093;
 constexpr size_t kPortListSize = 5000;
 constexpr size_t kVlanListSize = 1024;
@@ -32,7 +31,8 @@ uint32_t sessionFromQuery() {
   return session >= 1 && session <= kSessions ? static_cast<uint32_t>(session) : 0;
 }
 
-// A comma-separated list OpEN fills, or "" when the call fails.
+// A comma-separated list OpEN fills in a zeroed buffer of `size` bytes (and
+// a spare terminator); "" when the call fails.
 template <typename Fill>
 CText listText(size_t size, Fill fill) {
   CText text(static_cast<char *>(calloc(size + 1, 1)));
@@ -40,14 +40,6 @@ CText listText(size_t size, Fill fill) {
   open_buffdesc desc{static_cast<uint32_t>(size), text.get()};
   if (fill(&desc) != OPEN_E_NONE) text.get()[0] = '\0';
   return text;
-}
-
-template <typename Each>
-void forEachToken(char *list, Each each) {
-  char *rest = list;
-  for (char *token = list ? strtok_r(rest, ",", &rest) : nullptr; token; token = strtok_r(nullptr, ",", &rest)) {
-    each(strtol(token, nullptr, 10));
-  }
 }
 
 cJSON *destinationOf(uint32_t session) {
@@ -65,19 +57,8 @@ cJSON *sourcePortsOf(uint32_t session) {
   CText list = listText(kPortListSize, [&](open_buffdesc *desc) {
     return rpcclt_openapiSwPortMonitorSourcePortsListGet(&clientHandle, session, desc);
   });
-  forEachToken(list.get(), [&](long value) {
-    if (value == 0) return;
-    auto ifNum = static_cast<uint32_t>(value);
-    char name[64];
-    ifNumToIntfName(ifNum, name);
-    uint32_t direction = kBoth;
-    if (rpcclt_openapiMirrorSourcePortDirectionGet(&clientHandle, session, ifNum, &direction) != OPEN_E_NONE) {
-      direction = kBoth;
-    }
-    cJSON *port = cJSON_CreateObject();
-    cJSON_AddStringToObject(port, "interface", name);
-    cJSON_AddStringToObject(port, "direction", choiceText(kDirection, direction));
-    cJSON_AddItemToArray(ports, port);
+  forEachListed(list.get(), kPortListSize, [&](long ifNum) {
+    if (ifNum != 0) cJSON_AddItemToArray(ports, sourcePortObject(session, static_cast<uint32_t>(ifNum), false));
   });
   return ports;
 }
@@ -87,7 +68,7 @@ cJSON *sourceVlansOf(uint32_t session) {
   CText list = listText(kVlanListSize, [&](open_buffdesc *desc) {
     return rpcclt_openapiSwMonitorVlanListGet(&clientHandle, session, desc);
   });
-  forEachToken(list.get(), [&](long vlan) {
+  forEachListed(list.get(), kVlanListSize, [&](long vlan) {
     if (vlan > 0) cJSON_AddItemToArray(vlans, cJSON_CreateNumber(static_cast<double>(vlan)));
   });
   return vlans;
@@ -118,20 +99,20 @@ cJSON *aclFilterOf(uint32_t session) {
 void sessionConfigGet() {
   uint32_t session = sessionFromQuery();
   if (session == 0) {
-    answerWith(RC_INVALID_ARGUMENT, "mirror", nullptr, AnswerStyle::Data);
+    answerWith(RC_INVALID_ARGUMENT, kMirror.dataKey, nullptr, AnswerStyle::Data);
     return;
   }
   JsonPtr document(cJSON_CreateObject());
   cJSON_AddNumberToObject(document.get(), "sessionId", session);
   uint32_t mode = 0;
-  (void)rpcclt_openapiSwPortMonitorModeGet(&clientHandle, session, &mode);
-  cJSON_AddStringToObject(document.get(), "mode", mode == 1 ? "enable" : "disable");
+  bool enabled = rpcclt_openapiSwPortMonitorModeGet(&clientHandle, session, &mode) == OPEN_E_NONE && mode == 1;
+  cJSON_AddStringToObject(document.get(), "mode", enabled ? "enable" : "disable");
   cJSON_AddItemToObject(document.get(), "destination", destinationOf(session));
   cJSON *sources = cJSON_AddObjectToObject(document.get(), "sources");
   cJSON_AddItemToObject(sources, "interfaces", sourcePortsOf(session));
   cJSON_AddItemToObject(sources, "vlans", sourceVlansOf(session));
   cJSON_AddItemToObject(document.get(), "aclFilter", aclFilterOf(session));
-  answerWith(RC_SUCCESS, "mirror", document.get(), AnswerStyle::Data);
+  answerWith(RC_SUCCESS, kMirror.dataKey, document.get(), AnswerStyle::Data);
 }
 
 bool nonEmptyArray(const cJSON *item) { return cJSON_IsArray(item) && cJSON_GetArraySize(item) > 0; }
