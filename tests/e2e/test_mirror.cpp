@@ -32,6 +32,12 @@ class MirrorTest : public SwitchTest {
 TEST_F(MirrorTest, EveryRowCallsItsOperationAndAnswersItsKeys) {
   const std::string intf24 = R"({"intIfNum":24,"interface":"1/0/24"})";
   expectRoutes(kMirror, "mirror", {
+      // Port 7 is no source of session 1: its direction cannot be read.
+      {"GET", "sw-port-monitor-source-ports-list?sessionNum=1", "", "openapiSwPortMonitorSourcePortsListGet",
+       R"(["2,0,7"])", "[1]",
+       R"({"source-ports":[{"intIfNum":2,"interface":"1/0/2","direction":"rx"},)"
+       R"({"intIfNum":7,"interface":"1/0/7","direction":"both"}]})",
+       false},
       {"GET", "source-port-direction?sessionNum=1&intIfNum=3", "", "openapiMirrorSourcePortDirectionGet", "[3]",
        "[1,3]", R"({"direction":"tx"})", false},
       {"POST", "sw-port-monitor-source-port?sessionNum=2", R"({"intIfNum":5,"direction":"RX"})",
@@ -105,6 +111,9 @@ TEST_F(MirrorTest, EveryRowCallsItsOperationAndAnswersItsKeys) {
        R"({"interface":null})", false},
       {"PUT", "sw-monitor-reflector-port", R"({"sessionNum":1,"intIfNum":26})", "openapiSwMonitorReflectorPortSet",
        "[]", "[1,26]", "", true},
+      {"GET", "sw-monitor-ip-acl?sessionNum=1", "", "openapiSwMonitorIpAclGet", "[101]", "[1]",
+       R"({"ip-acl-id":101,"ip-acl":"block-telnet"})", false},
+      {"PUT", "sw-monitor-ip-acl?sessionNum=1&acl-id=23", "{}", "openapiSwMonitorIpAclSet", "[]", "[1,23,1]", "", true},
       {"GET", "sw-monitor-mac-acl?sessionNum=1", "", "openapiSwMonitorMacAclGet", R"(["trusted-macs"])", "[1]",
        R"({"mac-acl":"trusted-macs"})", false},
       {"PUT", "sw-monitor-mac-acl", R"({"sessionNum":1,"mac-acl":"block-bpdu"})", "openapiSwMonitorMacAclSet", "[]",
@@ -156,7 +165,8 @@ TEST_F(MirrorTest, RefusesMissingValuesBeforeOpen) {
       {"POST", "sw-port-monitor-is-valid-src-port", "", "openapiSwPortMonitorIsValidSrcPort"},
       {"POST", "sw-port-monitor-is-valid-src-port?intIfNum=0", "", "openapiSwPortMonitorIsValidSrcPort"},
       {"POST", "is-rspan-vlan?vlanId=abc", R"({"vlanId":10})", "openapiMirrorIsRspanVlan"},
-      {"POST", "sw-port-monitor-source-port?sessionNum=1", R"({"direction":"rx"})", "openapiSwPortMonitorSourcePortAdd"},
+      {"POST", "sw-port-monitor-source-port?sessionNum=1", R"({"direction":"rx"})",
+       "openapiSwPortMonitorSourcePortAdd"},
       {"PUT", "sw-port-monitor-dest-port?sessionNum=1&intIfNum=5", "intIfNum=5", "openapiSwPortMonitorDestPortSet"},
       {"PUT", "sw-port-monitor-mode?sessionNum=1", R"({"mode":1})", "openapiSwPortMonitorModeSet"},
       {"PUT", "session-reserve-state?sessionNum=1", "{}", "openapiMirrorSessionReserveStateSet"},
@@ -233,28 +243,59 @@ TEST_F(MirrorTest, SessionDocumentReplacesTheSessionInItsOrder) {
       R"("aclFilter":{"type":"l3","aclName":"block-telnet"}})";
   ctlOk({"calls", "clear"});
   EXPECT_EQ(call("PUT", kSession + "/config?sessionId=2", document).out, ok());
-  const std::vector<std::string> expected = {
-      R"({"op":"openapiSwPortMonitorSessionRemove","in":[2],"rc":0})",
-      R"({"op":"openapiSwPortMonitorSourcePortAdd","in":[2,30,3],"rc":0})",
-      R"({"op":"openapiSwPortMonitorSourcePortAdd","in":[2,37,1],"rc":0})",
-      R"({"op":"openapiSwPortMonitorDestPortSet","in":[2,20],"rc":0})",
-      R"({"op":"openapiAclGet","in":[1,"block-telnet"],"rc":0})",
-      R"({"op":"openapiSwMonitorIpAclSet","in":[2,101,1],"rc":0})",
-      R"({"op":"openapiSwPortMonitorModeSet","in":[2,1],"rc":0})",
-  };
-  EXPECT_EQ(monitorCalls(), expected);
+  EXPECT_EQ(monitorCalls(), (std::vector<std::string>{
+                                R"({"op":"openapiSwPortMonitorSessionRemove","in":[2],"rc":0})",
+                                R"({"op":"openapiSwPortMonitorSourcePortAdd","in":[2,30,3],"rc":0})",
+                                R"({"op":"openapiSwPortMonitorSourcePortAdd","in":[2,37,1],"rc":0})",
+                                R"({"op":"openapiSwPortMonitorDestPortSet","in":[2,20],"rc":0})",
+                                R"({"op":"openapiAclGet","in":[1,"block-telnet"],"rc":0})",
+                                R"({"op":"openapiSwMonitorIpAclSet","in":[2,101,1],"rc":0})",
+                                R"({"op":"openapiSwPortMonitorModeSet","in":[2,1],"rc":0})",
+                            }));
   EXPECT_EQ(call("GET", kSession + "/config?sessionId=2").out,
             ok(R"({"sessionId":2,"mode":"enable","destination":"1/0/20","sources":{"interfaces":[)"
                R"({"interface":"lag2","direction":"tx"},{"interface":"cpu","direction":"both"}],"vlans":[]},)"
                R"("aclFilter":{"type":"L3","aclName":"block-telnet"}})"));
-  // The first error wins and the later steps still run; the mode is always set.
+}
+
+// VLAN 30 does not exist, port 24 is session 1's destination, no list is
+// named "nosuch": the first error is the answer, every later step still runs,
+// and a document without a mode disables the session.
+TEST_F(MirrorTest, SessionDocumentRunsOnAfterTheFirstError) {
   ctlOk({"calls", "clear"});
-  EXPECT_EQ(call("PUT", kSession + "/config?sessionId=2", R"({"destination":"nowhere","sources":{"vlans":[0,4094,10]}})").out,
+  EXPECT_EQ(call("PUT", kSession + "/config?sessionId=2",
+                 R"({"destination":"1/0/24","sources":{"interfaces":[],"vlans":[0,10,4094,30,20]},)"
+                 R"("aclFilter":{"type":"L3","aclName":"nosuch"}})")
+                .out,
             refused(10003, "Invalid argument"));
-  EXPECT_EQ(callsOf("openapiSwMonitorVlanListSet"),
-            std::vector<std::string>{R"({"op":"openapiSwMonitorVlanListSet","in":[2,"10",1],"rc":0})"});
-  EXPECT_EQ(callsOf("openapiSwPortMonitorModeSet"),
-            std::vector<std::string>{R"({"op":"openapiSwPortMonitorModeSet","in":[2,0],"rc":0})"});
+  EXPECT_EQ(monitorCalls(), (std::vector<std::string>{
+                                R"({"op":"openapiSwPortMonitorSessionRemove","in":[2],"rc":0})",
+                                R"({"op":"openapiSwMonitorVlanListSet","in":[2,"10",1],"rc":0})",
+                                R"({"op":"openapiSwMonitorVlanListSet","in":[2,"30",1],"rc":-22})",
+                                R"({"op":"openapiSwMonitorVlanListSet","in":[2,"20",1],"rc":0})",
+                                R"({"op":"openapiSwPortMonitorDestPortSet","in":[2,24],"rc":-24})",
+                                R"({"op":"openapiAclGet","in":[1,"nosuch"],"rc":-29})",
+                                R"({"op":"openapiSwPortMonitorModeSet","in":[2,0],"rc":0})",
+                            }));
+  ctlOk({"fault", "openapiSwPortMonitorModeSet", "-28", "1"});
+  EXPECT_EQ(call("PUT", kSession + "/config?sessionId=2", "{}").out, refused(17002, "Unsupported Feature"));
+}
+
+TEST_F(MirrorTest, SessionDocumentsComeBackAsTheyWerePut) {
+  const std::string documents[] = {
+      R"({"mode":"enable","destination":"1/0/20","sources":{"interfaces":[{"interface":"1/0/3","direction":"both"},)"
+      R"({"interface":"1/0/5","direction":"rx"},{"interface":"lag2","direction":"tx"},)"
+      R"({"interface":"cpu","direction":"both"}],"vlans":[]},"aclFilter":{"type":"L3","aclName":"voice-rtp"}})",
+      // Replaces the ports of the document before.
+      R"({"mode":"disable","destination":"1/0/28","sources":{"interfaces":[],"vlans":[1,10,20]},)"
+      R"("aclFilter":{"type":"L2","aclName":"block-bpdu"}})",
+      R"({"mode":"disable","destination":null,"sources":{"interfaces":[],"vlans":[]},"aclFilter":null})",
+  };
+  for (const std::string &document : documents) {
+    SCOPED_TRACE(document);
+    EXPECT_EQ(call("PUT", kSession + "/config?sessionId=3", document).out, ok());
+    EXPECT_EQ(call("GET", kSession + "/config?sessionId=3").out, ok(R"({"sessionId":3,)" + document.substr(1)));
+  }
 }
 
 TEST_F(MirrorTest, InvalidSessionDocumentsChangeNothing) {
