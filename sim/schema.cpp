@@ -1,0 +1,99 @@
+#include "sim/schema.h"
+
+#include <cinttypes>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+
+#include "open/wire.h"
+#include "tools/raii.h"
+
+namespace schema {
+
+Where Where::member(const std::string &key) const { return Where(path_.empty() ? key : path_ + "." + key, *error_); }
+
+Where Where::element(size_t index) const { return Where(path_ + "[" + std::to_string(index) + "]", *error_); }
+
+bool Where::fail(const std::string &problem) const {
+  *error_ = (path_.empty() ? "state" : path_) + ": " + problem;
+  return false;
+}
+
+std::string printed(cJSON *json) {
+  JsonPtr owned(json);
+  CText text(cJSON_PrintUnformatted(owned.get()));
+  return text ? text.get() : "";
+}
+
+std::string alternatives(const std::vector<std::string> &items) {
+  std::string text;
+  for (size_t i = 0; i < items.size(); ++i) {
+    if (i > 0) text += i + 1 == items.size() ? " or " : ", ";
+    text += items[i];
+  }
+  return text;
+}
+
+// The state file reads integers as OpEN's wire form does, so that both
+// accept the same spellings.
+bool readUnsigned(const cJSON *json, uint64_t &value) { return wireDecodeInt(OPEN_TYPE_U64, json, &value) == 0; }
+
+bool readSigned(const cJSON *json, int32_t &value) { return wireDecodeInt(OPEN_TYPE_I32, json, &value) == 0; }
+
+cJSON *decimalText(uint64_t value) {
+  char text[24];
+  snprintf(text, sizeof text, "%" PRIu64, value);
+  return cJSON_CreateString(text);
+}
+
+std::string Integer::expectation(bool asText) const {
+  std::vector<std::string> items;
+  for (const Range &range : ranges_) {
+    if (range.low == 0 && range.high == std::numeric_limits<uint64_t>::max()) {
+      items.push_back("an unsigned 64-bit integer");
+    } else if (std::cmp_equal(range.low, range.high)) {
+      items.push_back(std::to_string(range.low));
+    } else {
+      items.push_back("an integer from " + std::to_string(range.low) + " to " + std::to_string(range.high));
+    }
+  }
+  return "expected " + alternatives(items) + (asText ? " (as decimal text above 2^53)" : "");
+}
+
+bool Text::load(const cJSON *json, std::string &value, const Where &where) const {
+  size_t length = cJSON_IsString(json) ? strlen(json->valuestring) : 0;
+  if (!cJSON_IsString(json) || length < min_ || length > max_) {
+    std::string limit = "at most " + std::to_string(max_) + " characters";
+    if (min_ == 1) return where.fail("expected a non-empty text of " + limit);
+    if (min_ > 1) return where.fail("expected a text of " + std::to_string(min_) + " to " + std::to_string(max_) + " characters");
+    return where.fail("expected a text of " + limit);
+  }
+  value = json->valuestring;
+  return true;
+}
+
+std::string macText(const MacAddress &m) {
+  char text[18];
+  snprintf(text, sizeof text, "%02X:%02X:%02X:%02X:%02X:%02X", m[0], m[1], m[2], m[3], m[4], m[5]);
+  return text;
+}
+
+bool readMac(const char *text, MacAddress &mac) {
+  unsigned b[6];
+  char tail = 0;
+  if (strlen(text) != 17 ||
+      sscanf(text, "%2x:%2x:%2x:%2x:%2x:%2x%c", &b[0], &b[1], &b[2], &b[3], &b[4], &b[5], &tail) != 6) {
+    return false;
+  }
+  for (int i = 0; i < 6; ++i) mac[i] = static_cast<uint8_t>(b[i]);
+  return true;
+}
+
+bool Mac::load(const cJSON *json, MacAddress &mac, const Where &where) const {
+  if (!cJSON_IsString(json) || !readMac(json->valuestring, mac)) {
+    return where.fail("expected a MAC address like 00:11:22:5A:3B:C0");
+  }
+  return true;
+}
+
+}  // namespace schema

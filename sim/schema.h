@@ -1,0 +1,308 @@
+#pragma once
+// Field tables. A model describes each record of its state once, as a table
+// of fields (JSON key, kind of value, where the value lives), and the code
+// here dumps, loads and checks the model's part of the state file from it.
+// A load stops at the first problem and names it with its path, such as
+// "interfaces[3].name: missing", so that a hand-edited file is quick to fix.
+//
+//   const schema::Record<Receiver> kReceiverFields = {
+//       {"owner", &Receiver::owner, schema::Text(127)},
+//       {"port", &Receiver::port, schema::Integer(kReceiverPorts)},
+//   };
+//   {"receivers", &State::receivers, schema::table(kReceiverFields, "receivers")}
+//
+// Kinds: Integer (ranges), Text (length), Choice (words), Mac, List (of any
+// kind; a std::array takes exactly its size, a std::set refuses repeats) and
+// Object (a nested record; a list of them is a table whose Unique fields
+// differ from row to row). A new kind is a class with dump(value) and
+// load(json, value, where).
+#include <cjson/cJSON.h>
+
+#include <array>
+#include <concepts>
+#include <cstdint>
+#include <functional>
+#include <initializer_list>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace schema {
+
+// Where a value sits in the document; loaders report through it.
+class Where {
+ public:
+  Where(std::string path, std::string &error) : path_(std::move(path)), error_(&error) {}
+  Where member(const std::string &key) const;
+  Where element(size_t index) const;
+  // Sets the error to "path: problem" and answers false, for `return where.fail(...)`.
+  bool fail(const std::string &problem) const;
+
+ private:
+  std::string path_;
+  std::string *error_;
+};
+
+// A JSON value as compact text, for messages; takes the value.
+std::string printed(cJSON *json);
+// "a", "a or b", "a, b or c".
+std::string alternatives(const std::vector<std::string> &items);
+
+// Integers from `low` to `high`. Declared once per setting, so that the
+// operation refusing a value and the state file agree on the range.
+struct Range {
+  long long low;
+  unsigned long long high;
+
+  template <std::integral T>
+  constexpr bool contains(T value) const {
+    return std::cmp_greater_equal(value, low) && std::cmp_less_equal(value, high);
+  }
+};
+
+bool readUnsigned(const cJSON *json, uint64_t &value);
+bool readSigned(const cJSON *json, int32_t &value);
+cJSON *decimalText(uint64_t value);
+
+// Accepts a number or decimal text. 64-bit values are written as decimal
+// text, since a JSON reader may keep numbers as doubles, exact only to 2^53.
+class Integer {
+ public:
+  Integer(Range range) : ranges_{range} {}
+  Integer(std::initializer_list<Range> ranges) : ranges_(ranges) {}
+
+  template <std::integral T>
+  cJSON *dump(T value) const {
+    static_assert(std::is_unsigned_v<T> || sizeof(T) <= 4, "no reader for signed 64-bit values");
+    if constexpr (sizeof(T) == 8) return decimalText(value);
+    return cJSON_CreateNumber(static_cast<double>(value));
+  }
+
+  template <std::integral T>
+  bool load(const cJSON *json, T &value, const Where &where) const {
+    static_assert(std::is_unsigned_v<T> || sizeof(T) <= 4, "no reader for signed 64-bit values");
+    bool fits = false;
+    if constexpr (std::is_unsigned_v<T>) {
+      uint64_t read = 0;
+      fits = readUnsigned(json, read) && std::in_range<T>(read) && accepts(read);
+      if (fits) value = static_cast<T>(read);
+    } else {
+      int32_t read = 0;
+      fits = readSigned(json, read) && std::in_range<T>(read) && accepts(read);
+      if (fits) value = static_cast<T>(read);
+    }
+    return fits || where.fail(expectation(sizeof(T) == 8));
+  }
+
+ private:
+  template <std::integral T>
+  bool accepts(T value) const {
+    for (const Range &range : ranges_) {
+      if (range.contains(value)) return true;
+    }
+    return false;
+  }
+  std::string expectation(bool asText) const;
+
+  std::vector<Range> ranges_;
+};
+
+class Text {
+ public:
+  explicit Text(size_t maxLength, size_t minLength = 0) : max_(maxLength), min_(minLength) {}
+  cJSON *dump(const std::string &value) const { return cJSON_CreateString(value.c_str()); }
+  bool load(const cJSON *json, std::string &value, const Where &where) const;
+
+ private:
+  size_t max_, min_;
+};
+
+// One word per value, such as "up"/"down" for a bool.
+template <typename V>
+class Choice {
+ public:
+  Choice(std::initializer_list<std::pair<const char *, V>> words) : words_(words) {}
+
+  cJSON *dump(const V &value) const {
+    for (const auto &[word, meaning] : words_) {
+      if (meaning == value) return cJSON_CreateString(word);
+    }
+    return cJSON_CreateNull();  // a value without a word: the load refuses it, so the gap shows
+  }
+
+  bool load(const cJSON *json, V &value, const Where &where) const {
+    std::vector<std::string> quoted;
+    for (const auto &[word, meaning] : words_) {
+      if (cJSON_IsString(json) && word == std::string(json->valuestring)) {
+        value = meaning;
+        return true;
+      }
+      quoted.push_back(std::string("\"") + word + "\"");
+    }
+    return where.fail("expected " + alternatives(quoted));
+  }
+
+ private:
+  std::vector<std::pair<const char *, V>> words_;
+};
+
+using MacAddress = std::array<uint8_t, 6>;
+// "00:11:22:5A:3B:C0"
+std::string macText(const MacAddress &mac);
+// True when `text` is six hexadecimal pairs separated by colons.
+bool readMac(const char *text, MacAddress &mac);
+
+struct Mac {
+  cJSON *dump(const MacAddress &mac) const { return cJSON_CreateString(macText(mac).c_str()); }
+  bool load(const cJSON *json, MacAddress &mac, const Where &where) const;
+};
+
+enum class Flag { None, Unique };  // Unique: no two rows of a table share the value
+
+// One field of a record: its key, its kind and the member that holds it.
+// The member may belong to a base of the record, so that a record can lay
+// out another's fields as its own.
+template <typename R>
+struct Field {
+  template <typename Owner, typename T, typename Kind>
+    requires std::derived_from<R, Owner>
+  Field(const char *key, T Owner::*member, Kind kind, Flag flag = Flag::None)
+      : key(key),
+        unique(flag == Flag::Unique),
+        dump([member, kind](const R &record) { return kind.dump(record.*member); }),
+        load([member, kind](const cJSON *json, R &record, const Where &where) {
+          return kind.load(json, record.*member, where);
+        }) {}
+
+  const char *key;
+  bool unique;
+  std::function<cJSON *(const R &)> dump;
+  std::function<bool(const cJSON *, R &, const Where &)> load;
+};
+
+template <typename R>
+using Record = std::vector<Field<R>>;
+
+template <typename R>
+cJSON *dumpRecord(const Record<R> &fields, const R &record) {
+  cJSON *object = cJSON_CreateObject();
+  for (const Field<R> &field : fields) cJSON_AddItemToObject(object, field.key, field.dump(record));
+  return object;
+}
+
+// Every field is required; members that no field names are ignored.
+template <typename R>
+bool loadRecord(const Record<R> &fields, const cJSON *json, R &record, const Where &where) {
+  if (!cJSON_IsObject(json)) return where.fail("expected an object");
+  for (const Field<R> &field : fields) {
+    const cJSON *item = cJSON_GetObjectItemCaseSensitive(json, field.key);
+    Where at = where.member(field.key);
+    if (item == nullptr) return at.fail("missing");
+    if (!field.load(item, record, at)) return false;
+  }
+  return true;
+}
+
+// A nested record. `fields` must outlive the kind (tables are static).
+template <typename R>
+class Object {
+ public:
+  explicit Object(const Record<R> &fields) : fields_(&fields) {}
+  cJSON *dump(const R &record) const { return dumpRecord(*fields_, record); }
+  bool load(const cJSON *json, R &record, const Where &where) const { return loadRecord(*fields_, json, record, where); }
+
+  // The rows of a table, once all are read: Unique fields must differ.
+  template <typename Rows>
+  bool checkUnique(const Rows &rows, const Where &where) const {
+    for (const Field<R> &field : *fields_) {
+      if (!field.unique) continue;
+      std::set<std::string> seen;
+      size_t index = 0;
+      for (const R &row : rows) {
+        std::string value = printed(field.dump(row));
+        if (!seen.insert(value).second) return where.element(index).member(field.key).fail(value + " is used twice");
+        ++index;
+      }
+    }
+    return true;
+  }
+
+ private:
+  const Record<R> *fields_;
+};
+
+// An array of values of one kind. `what` names the elements in messages:
+// "expected 65 numbers", "expected an array of VLAN ids".
+template <typename Element>
+class List {
+ public:
+  List(Element element, const char *what) : element_(std::move(element)), what_(what) {}
+
+  template <typename Container>
+  cJSON *dump(const Container &values) const {
+    cJSON *array = cJSON_CreateArray();
+    for (const auto &value : values) cJSON_AddItemToArray(array, element_.dump(value));
+    return array;
+  }
+
+  template <typename T, size_t N>
+  bool load(const cJSON *json, std::array<T, N> &values, const Where &where) const {
+    if (!cJSON_IsArray(json) || cJSON_GetArraySize(json) != static_cast<int>(N)) {
+      return where.fail("expected " + std::to_string(N) + " " + what_);
+    }
+    size_t index = 0;
+    for (const cJSON *item = json->child; item; item = item->next, ++index) {
+      if (!element_.load(item, values[index], where.element(index))) return false;
+    }
+    return checkRows(values, where);
+  }
+
+  template <typename T>
+  bool load(const cJSON *json, std::vector<T> &values, const Where &where) const {
+    if (!cJSON_IsArray(json)) return where.fail("expected an array of " + what_);
+    values.clear();
+    size_t index = 0;
+    for (const cJSON *item = json->child; item; item = item->next, ++index) {
+      T value{};
+      if (!element_.load(item, value, where.element(index))) return false;
+      values.push_back(std::move(value));
+    }
+    return checkRows(values, where);
+  }
+
+  template <typename T>
+  bool load(const cJSON *json, std::set<T> &values, const Where &where) const {
+    if (!cJSON_IsArray(json)) return where.fail("expected an array of " + what_);
+    values.clear();
+    size_t index = 0;
+    for (const cJSON *item = json->child; item; item = item->next, ++index) {
+      T value{};
+      Where at = where.element(index);
+      if (!element_.load(item, value, at)) return false;
+      if (!values.insert(value).second) return at.fail(printed(element_.dump(value)) + " is listed twice");
+    }
+    return true;
+  }
+
+ private:
+  template <typename Rows>
+  bool checkRows(const Rows &rows, const Where &where) const {
+    if constexpr (requires { element_.checkUnique(rows, where); }) {
+      return element_.checkUnique(rows, where);
+    } else {
+      return true;
+    }
+  }
+
+  Element element_;
+  std::string what_;
+};
+
+// A table: an array of records of one kind.
+template <typename R>
+List<Object<R>> table(const Record<R> &fields, const char *what) {
+  return List<Object<R>>(Object<R>(fields), what);
+}
+
+}  // namespace schema
