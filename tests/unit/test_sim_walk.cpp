@@ -1,0 +1,47 @@
+// The one ordered walk behind every get-next.
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "sim/walk.h"
+
+namespace {
+
+TEST(SimWalkTest, AnswersTheEntryAfterTheKey) {
+  const std::map<std::string, int> named = {{"alpha", 1}, {"beta", 2}, {"gamma", 3}};
+  auto nameOf = [](const auto &entry) { return entry.first; };
+  const struct {
+    std::string after;
+    open_error_t rc;
+    int value;
+  } byName[] = {
+      {"", OPEN_E_NONE, 1}, {"alpha", OPEN_E_NONE, 2}, {"b", OPEN_E_NONE, 2}, {"gamma", OPEN_E_NOT_FOUND, 0},
+      {"zulu", OPEN_E_NOT_FOUND, 0},
+  };
+  for (const auto &c : byName) {
+    SCOPED_TRACE("after \"" + c.after + "\"");
+    const std::pair<const std::string, int> *found = nullptr;
+    open_error_t rc = walk::next(named, c.after, found, nameOf);
+    EXPECT_EQ(rc, c.rc);
+    EXPECT_EQ(rc == OPEN_E_NONE ? found->second : 0, c.value);
+  }
+
+  // A composite key, and a walk that skips the entries it does not want.
+  struct Row {
+    std::pair<uint32_t, uint32_t> key;
+    bool wanted;
+  };
+  const std::vector<Row> rows = {{{1, 1}, true}, {{1, 2}, false}, {{2, 1}, true}};
+  auto wanted = [](const Row &r) { return r.wanted; };
+  const Row *found = nullptr;
+  ASSERT_EQ(walk::first(rows, found, &Row::key, wanted), OPEN_E_NONE);
+  EXPECT_EQ(found, &rows[0]);
+  ASSERT_EQ(walk::next(rows, found->key, found, &Row::key, wanted), OPEN_E_NONE);
+  EXPECT_EQ(found, &rows[2]);
+  EXPECT_EQ(walk::next(rows, found->key, found, &Row::key, wanted), OPEN_E_NOT_FOUND);
+  EXPECT_EQ(walk::first(std::vector<Row>{}, found, &Row::key), OPEN_E_NOT_FOUND);
+}
+
+}  // namespace
