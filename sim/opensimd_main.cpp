@@ -11,7 +11,7 @@
 #include "sim/control.h"
 #include "sim/dispatch.h"
 #include "sim/server.h"
-#include "sim/switch.h"
+#include "sim/device.h"
 
 namespace {
 
@@ -70,7 +70,7 @@ bool fileExists(const std::string &path) {
 int main(int argc, char **argv) {
   Options options;
   if (!parseOptions(argc, argv, options)) return usage();
-  SimSwitch sw;
+  SimDevice sw;
   SimDispatcher dispatcher(sw);
   std::string error;
   if (!options.statePath.empty() && fileExists(options.statePath) &&
