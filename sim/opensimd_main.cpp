@@ -9,9 +9,9 @@
 #include <string>
 
 #include "sim/control.h"
+#include "sim/device.h"
 #include "sim/dispatch.h"
 #include "sim/server.h"
-#include "sim/device.h"
 
 namespace {
 

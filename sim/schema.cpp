@@ -62,14 +62,13 @@ std::string Integer::expectation(bool asText) const {
 
 bool Text::load(const cJSON *json, std::string &value, const Where &where) const {
   size_t length = cJSON_IsString(json) ? strlen(json->valuestring) : 0;
-  if (!cJSON_IsString(json) || length < min_ || length > max_) {
-    std::string limit = "at most " + std::to_string(max_) + " characters";
-    if (min_ == 1) return where.fail("expected a non-empty text of " + limit);
-    if (min_ > 1) return where.fail("expected a text of " + std::to_string(min_) + " to " + std::to_string(max_) + " characters");
-    return where.fail("expected a text of " + limit);
+  if (cJSON_IsString(json) && length >= min_ && length <= max_) {
+    value = json->valuestring;
+    return true;
   }
-  value = json->valuestring;
-  return true;
+  std::string most = std::to_string(max_) + " characters";
+  if (min_ > 1) return where.fail("expected a text of " + std::to_string(min_) + " to " + most);
+  return where.fail(std::string("expected a ") + (min_ == 1 ? "non-empty " : "") + "text of at most " + most);
 }
 
 std::string macText(const MacAddress &m) {

@@ -18,6 +18,7 @@
 // load(json, value, where).
 #include <cjson/cJSON.h>
 
+#include <algorithm>
 #include <array>
 #include <concepts>
 #include <cstdint>
@@ -158,7 +159,9 @@ struct Mac {
   bool load(const cJSON *json, MacAddress &mac, const Where &where) const;
 };
 
-enum class Flag { None, Unique };  // Unique: no two rows of a table share the value
+// Unique: no two rows of a table share the field's value. Key: the Key
+// fields of a record together name its row, such as (port, instance).
+enum class Flag { None, Unique, Key };
 
 // One field of a record: its key, its kind and the member that holds it.
 // The member may belong to a base of the record, so that a record can lay
@@ -169,14 +172,14 @@ struct Field {
     requires std::derived_from<R, Owner>
   Field(const char *key, T Owner::*member, Kind kind, Flag flag = Flag::None)
       : key(key),
-        unique(flag == Flag::Unique),
+        flag(flag),
         dump([member, kind](const R &record) { return kind.dump(record.*member); }),
         load([member, kind](const cJSON *json, R &record, const Where &where) {
           return kind.load(json, record.*member, where);
         }) {}
 
   const char *key;
-  bool unique;
+  Flag flag;
   std::function<cJSON *(const R &)> dump;
   std::function<bool(const cJSON *, R &, const Where &)> load;
 };
@@ -212,23 +215,44 @@ class Object {
   cJSON *dump(const R &record) const { return dumpRecord(*fields_, record); }
   bool load(const cJSON *json, R &record, const Where &where) const { return loadRecord(*fields_, json, record, where); }
 
-  // The rows of a table, once all are read: Unique fields must differ.
+  // The rows of a table, once all are read: no two share a Unique field or their Key.
   template <typename Rows>
   bool checkUnique(const Rows &rows, const Where &where) const {
     for (const Field<R> &field : *fields_) {
-      if (!field.unique) continue;
-      std::set<std::string> seen;
-      size_t index = 0;
-      for (const R &row : rows) {
-        std::string value = printed(field.dump(row));
-        if (!seen.insert(value).second) return where.element(index).member(field.key).fail(value + " is used twice");
-        ++index;
+      auto valueOf = [&field](const R &row) { return printed(field.dump(row)); };
+      if (field.flag == Flag::Unique && !distinct(rows, where, field.key, valueOf)) return false;
+    }
+    bool keyed = std::ranges::any_of(*fields_, [](const Field<R> &field) { return field.flag == Flag::Key; });
+    return !keyed || distinct(rows, where, nullptr, [this](const R &row) { return keyOf(row); });
+  }
+
+ private:
+  // "port 5, instance 1"
+  std::string keyOf(const R &row) const {
+    std::string key;
+    for (const Field<R> &field : *fields_) {
+      if (field.flag != Flag::Key) continue;
+      key += (key.empty() ? "" : ", ") + std::string(field.key) + " " + printed(field.dump(row));
+    }
+    return key;
+  }
+
+  // `member` names the field in the message; nullptr names the row.
+  template <typename Rows, typename ValueOf>
+  static bool distinct(const Rows &rows, const Where &where, const char *member, ValueOf valueOf) {
+    std::set<std::string> seen;
+    size_t index = 0;
+    for (const R &row : rows) {
+      std::string value = valueOf(row);
+      if (!seen.insert(value).second) {
+        Where at = where.element(index);
+        return (member != nullptr ? at.member(member) : at).fail(value + " is used twice");
       }
+      ++index;
     }
     return true;
   }
 
- private:
   const Record<R> *fields_;
 };
 

@@ -97,4 +97,32 @@ TEST_F(SimStateTest, MalformedStateIsRefusedWholeNamingTheFirstProblem) {
   EXPECT_EQ(error, "state: expected an object");
 }
 
+// Tables of the families to come name a row by several fields at once.
+struct Sampler {
+  uint32_t port = 0, instance = 0;
+};
+const schema::Record<Sampler> kSamplerFields = {
+    {"port", &Sampler::port, schema::Integer({1, 28}), schema::Flag::Key},
+    {"instance", &Sampler::instance, schema::Integer({1, 2}), schema::Flag::Key},
+};
+
+TEST(SimSchemaTest, RowsOfATableDifferInTheirKey) {
+  const auto samplers = schema::table(kSamplerFields, "samplers");
+  const struct {
+    const char *json, *error;
+  } cases[] = {
+      {R"([{"port":1,"instance":1},{"port":1,"instance":2},{"port":2,"instance":1}])", ""},
+      {R"([{"port":1,"instance":1},{"port":2,"instance":1},{"port":1,"instance":1}])",
+       "samplers[2]: port 1, instance 1 is used twice"},
+  };
+  for (const auto &c : cases) {
+    JsonPtr json(cJSON_Parse(c.json));
+    std::vector<Sampler> rows;
+    std::string error;
+    EXPECT_EQ(samplers.load(json.get(), rows, schema::Where("samplers", error)), *c.error == '\0');
+    EXPECT_EQ(error, c.error);
+    EXPECT_EQ(error.empty() ? schema::printed(samplers.dump(rows)) : c.json, c.json) << "dumped as read";
+  }
+}
+
 }  // namespace
