@@ -36,9 +36,9 @@ std::string alternatives(const std::vector<std::string> &items) {
 
 // The state file reads integers as OpEN's wire form does, so that both
 // accept the same spellings.
-bool readUnsigned(const cJSON *json, uint64_t &value) { return wireDecodeInt(OPEN_TYPE_U64, json, &value) == 0; }
+bool readInteger(const cJSON *json, uint64_t &value) { return wireDecodeInt(OPEN_TYPE_U64, json, &value) == 0; }
 
-bool readSigned(const cJSON *json, int32_t &value) { return wireDecodeInt(OPEN_TYPE_I32, json, &value) == 0; }
+bool readInteger(const cJSON *json, int32_t &value) { return wireDecodeInt(OPEN_TYPE_I32, json, &value) == 0; }
 
 cJSON *decimalText(uint64_t value) {
   char text[24];

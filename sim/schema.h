@@ -13,8 +13,8 @@
 //
 // Kinds: Integer (ranges), Text (length), Choice (words), Mac, List (of any
 // kind; a std::array takes exactly its size, a std::set refuses repeats) and
-// Object (a nested record; a list of them is a table whose Unique fields
-// differ from row to row). A new kind is a class with dump(value) and
+// Object (a nested record; a list of them is a table, whose rows differ in
+// each Unique field and in their Key fields taken together). A new kind is a class with dump(value) and
 // load(json, value, where).
 #include <cjson/cJSON.h>
 
@@ -62,11 +62,12 @@ struct Range {
   }
 };
 
-bool readUnsigned(const cJSON *json, uint64_t &value);
-bool readSigned(const cJSON *json, int32_t &value);
+// A number or decimal text, within the type's range.
+bool readInteger(const cJSON *json, uint64_t &value);
+bool readInteger(const cJSON *json, int32_t &value);
 cJSON *decimalText(uint64_t value);
 
-// Accepts a number or decimal text. 64-bit values are written as decimal
+// 64-bit values are written as decimal
 // text, since a JSON reader may keep numbers as doubles, exact only to 2^53.
 class Integer {
  public:
@@ -83,17 +84,12 @@ class Integer {
   template <std::integral T>
   bool load(const cJSON *json, T &value, const Where &where) const {
     static_assert(std::is_unsigned_v<T> || sizeof(T) <= 4, "no reader for signed 64-bit values");
-    bool fits = false;
-    if constexpr (std::is_unsigned_v<T>) {
-      uint64_t read = 0;
-      fits = readUnsigned(json, read) && std::in_range<T>(read) && accepts(read);
-      if (fits) value = static_cast<T>(read);
-    } else {
-      int32_t read = 0;
-      fits = readSigned(json, read) && std::in_range<T>(read) && accepts(read);
-      if (fits) value = static_cast<T>(read);
+    std::conditional_t<std::is_unsigned_v<T>, uint64_t, int32_t> read = 0;
+    if (!readInteger(json, read) || !std::in_range<T>(read) || !accepts(read)) {
+      return where.fail(expectation(sizeof(T) == 8));
     }
-    return fits || where.fail(expectation(sizeof(T) == 8));
+    value = static_cast<T>(read);
+    return true;
   }
 
  private:
