@@ -12,20 +12,13 @@ namespace {
 TEST(SimWalkTest, AnswersTheEntryAfterTheKey) {
   const std::map<std::string, int> named = {{"alpha", 1}, {"beta", 2}, {"gamma", 3}};
   auto nameOf = [](const auto &entry) { return entry.first; };
-  const struct {
-    std::string after;
-    open_error_t rc;
-    int value;
-  } byName[] = {
-      {"", OPEN_E_NONE, 1}, {"alpha", OPEN_E_NONE, 2}, {"b", OPEN_E_NONE, 2}, {"gamma", OPEN_E_NOT_FOUND, 0},
-      {"zulu", OPEN_E_NOT_FOUND, 0},
-  };
-  for (const auto &c : byName) {
-    SCOPED_TRACE("after \"" + c.after + "\"");
+  // After the key: the value found, or 0 for not found.
+  const std::pair<std::string, int> cases[] = {{"", 1}, {"alpha", 2}, {"b", 2}, {"gamma", 0}, {"zulu", 0}};
+  for (const auto &[after, value] : cases) {
     const std::pair<const std::string, int> *found = nullptr;
-    open_error_t rc = walk::next(named, c.after, found, nameOf);
-    EXPECT_EQ(rc, c.rc);
-    EXPECT_EQ(rc == OPEN_E_NONE ? found->second : 0, c.value);
+    open_error_t rc = walk::next(named, after, found, nameOf);
+    EXPECT_EQ(rc, value ? OPEN_E_NONE : OPEN_E_NOT_FOUND) << "after \"" << after << "\"";
+    EXPECT_EQ(rc == OPEN_E_NONE ? found->second : 0, value) << "after \"" << after << "\"";
   }
 
   // A composite key, and a walk that skips the entries it does not want.
