@@ -209,7 +209,9 @@ class Object {
  public:
   explicit Object(const Record<R> &fields) : fields_(&fields) {}
   cJSON *dump(const R &record) const { return dumpRecord(*fields_, record); }
-  bool load(const cJSON *json, R &record, const Where &where) const { return loadRecord(*fields_, json, record, where); }
+  bool load(const cJSON *json, R &record, const Where &where) const {
+    return loadRecord(*fields_, json, record, where);
+  }
 
   // The rows of a table, once all are read: no two share a Unique field or their Key.
   template <typename Rows>

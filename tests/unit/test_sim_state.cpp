@@ -41,8 +41,8 @@ TEST_F(SimStateTest, DumpLoadsBackUnchanged) {
 
 TEST_F(SimStateTest, MalformedStateIsRefusedWholeNamingTheFirstProblem) {
   using Edit = std::function<void(cJSON *)>;
-  auto set = [](const char *key, const char *json) {
-    return [=](cJSON *s) { cJSON_ReplaceItemInObject(s, key, cJSON_Parse(json)); };
+  auto set = [](const char *key, std::string json) {
+    return [=](cJSON *s) { cJSON_ReplaceItemInObject(s, key, cJSON_Parse(json.c_str())); };
   };
   auto setIn = [](const char *table, int index, const char *key, const char *json) {
     return [=](cJSON *s) { cJSON_ReplaceItemInObject(row(s, table, index), key, cJSON_Parse(json)); };
@@ -52,7 +52,7 @@ TEST_F(SimStateTest, MalformedStateIsRefusedWholeNamingTheFirstProblem) {
     const char *error;
   } cases[] = {
       {[](cJSON *s) { cJSON_DeleteItemFromObject(s, "softwareVersion"); }, "softwareVersion: missing"},
-      {[](cJSON *s) { cJSON_ReplaceItemInObject(s, "machineModel", cJSON_CreateString(std::string(256, 'x').c_str())); },
+      {set("machineModel", ("\"" + std::string(256, 'x') + "\"").c_str()),
        "machineModel: expected a text of at most 255 characters"},
       {set("baseMac", R"("00-11-22-33-44-55")"), "baseMac: expected a MAC address like 00:11:22:5A:3B:C0"},
       {set("apiVersion", "[1, 2, 3]"), "apiVersion: expected 4 integers (release, version, maintenance level, build)"},
@@ -62,7 +62,8 @@ TEST_F(SimStateTest, MalformedStateIsRefusedWholeNamingTheFirstProblem) {
       {[](cJSON *s) { cJSON_ReplaceItemInArray(cJSON_GetObjectItem(s, "interfaces"), 9, cJSON_CreateNumber(9)); },
        "interfaces[9]: expected an object"},
       {[](cJSON *s) { cJSON_DeleteItemFromObject(row(s, "interfaces", 0), "name"); }, "interfaces[0].name: missing"},
-      {setIn("interfaces", 2, "name", R"("")"), "interfaces[2].name: expected a non-empty text of at most 255 characters"},
+      {setIn("interfaces", 2, "name", R"("")"),
+       "interfaces[2].name: expected a non-empty text of at most 255 characters"},
       {setIn("interfaces", 4, "name", R"("1/0/1")"), R"(interfaces[4].name: "1/0/1" is used twice)"},
       {setIn("interfaces", 6, "intIfNum", "1"), "interfaces[6].intIfNum: 1 is used twice"},
       {setIn("interfaces", 6, "intIfNum", "0"), "interfaces[6].intIfNum: expected an integer from 1 to 4294967295"},
