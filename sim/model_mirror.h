@@ -4,12 +4,15 @@
 // VLANs, and the numbered IP and named MAC access lists a session may
 // filter with. Plain records; which interfaces exist and of which type is
 // decided by the operations, which see the whole switch.
+#include <array>
 #include <cstdint>
 #include <map>
 #include <set>
 #include <string>
 
 #include "open/openapi.h"
+#include "sim/model.h"
+#include "sim/switch.h"
 
 constexpr uint32_t kMonitorSessions = 4;
 constexpr uint32_t kMirrorBoth = 1, kMirrorRx = 2, kMirrorTx = 3;
@@ -36,7 +39,7 @@ struct MonitorSession {
 };
 
 struct MirrorState {
-  MonitorSession sessions[kMonitorSessions];
+  std::array<MonitorSession, kMonitorSessions> sessions;
   std::set<uint32_t> rspanVlans;
 };
 
@@ -51,12 +54,17 @@ struct AclState {
   std::map<uint32_t, std::string> mac;  // id -> name
 };
 
-class MirrorModel {
+class MirrorModel : public SimModel {
  public:
-  void reset();
-  MirrorState &state() { return state_; }
-  AclState &acls() { return acls_; }
+  explicit MirrorModel(const SimSwitch &system) : system_(system) {}
 
+  const char *stateKey() const override { return "mirror"; }
+  void resetToDefault() override;
+  cJSON *toJson() const override;
+  bool fromJson(const cJSON *json, const schema::Where &where) override;
+  void adoptState(SimModel &loaded) override;
+
+  MirrorState &state() { return state_; }
   // A session by its number (1..4); NULL for any other.
   MonitorSession *session(uint32_t number);
   // The session (1..4) that has `ifNum` as a source or as its destination; 0 for none.
@@ -64,16 +72,29 @@ class MirrorModel {
   uint32_t destSessionOf(uint32_t ifNum) const;
   bool isSourceVlan(uint32_t vlan) const;
 
+ private:
+  const SimSwitch &system_;
+  MirrorState state_;
+};
+
+class AclModel : public SimModel {
+ public:
+  const char *stateKey() const override { return "acls"; }
+  void resetToDefault() override;
+  cJSON *toJson() const override;
+  bool fromJson(const cJSON *json, const schema::Where &where) override;
+  void adoptState(SimModel &loaded) override;
+
+  const AclState &state() const { return acls_; }
   // ACL walks by type, in number order; -29 past the end.
-  open_error_t firstAcl(uint32_t type, uint32_t *id) const;
-  open_error_t nextAcl(uint32_t type, uint32_t after, uint32_t *next) const;
-  open_error_t aclName(uint32_t id, std::string &name) const;
-  open_error_t aclByName(uint32_t type, const std::string &name, uint32_t *id) const;
+  open_error_t first(uint32_t type, uint32_t *id) const;
+  open_error_t next(uint32_t type, uint32_t after, uint32_t *id) const;
+  open_error_t name(uint32_t id, std::string &name) const;
+  open_error_t byName(uint32_t type, const std::string &name, uint32_t *id) const;
   bool macAclExists(const std::string &name) const;
 
  private:
-  const std::map<uint32_t, std::string> *aclsOfType(uint32_t type) const;
-  MirrorState state_;
+  const std::map<uint32_t, std::string> *ofType(uint32_t type) const;
   AclState acls_;
 };
 
