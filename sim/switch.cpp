@@ -115,6 +115,7 @@ void SimSwitch::resetToDefault() {
     counters.base[ctr_port_link_down_counter] = (intf.intIfNum == 3 || intf.intIfNum == 11) ? 2 : 0;
   }
   sflow_.reset(kSflowAgentIpv4, sflowAgentIpv6(state_.identity.baseMac));
+  snmp_.reset(state_.identity.machineModel, state_.identity.baseMac, kSflowAgentIpv4);
 }
 
 const SimSwitch::Interface *SimSwitch::findInterface(uint32_t intIfNum) const {

@@ -13,6 +13,7 @@
 #include "open/openapi.h"
 #include "sim/counters.h"
 #include "sim/sflow_agent.h"
+#include "sim/snmp_model.h"
 #include "sim/traffic.h"
 
 // Interface types as OpEN numbers them.
@@ -85,6 +86,7 @@ class SimSwitch {
 
   const Identity &identity() const { return state_.identity; }
   SflowAgent &sflow() { return sflow_; }
+  SnmpAgent &snmp() { return snmp_; }
   int64_t nowNanos() const { return now(); }
   std::string showVersionText() const;
   std::string baseMacText() const;
@@ -112,4 +114,5 @@ class SimSwitch {
   Clock clock_;
   State state_;
   SflowAgent sflow_;
+  SnmpAgent snmp_;
 };
