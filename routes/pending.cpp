@@ -2,6 +2,5 @@
 // that main already calls every family in its final order.
 #include "routes/families.h"
 
-void snmpRoutesRegister(httpdTable *) {}
 void lldpRoutesRegister(httpdTable *) {}
 void mirrorRoutesRegister(httpdTable *) {}
