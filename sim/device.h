@@ -12,6 +12,7 @@
 #include "sim/model_lldp.h"
 #include "sim/model_mirror.h"
 #include "sim/model_sflow.h"
+#include "sim/model_snmp.h"
 #include "sim/switch.h"
 
 class SimDevice {
@@ -29,6 +30,7 @@ class SimDevice {
   const LldpAgent &lldp() const { return lldp_; }
   MirrorModel &mirror() { return mirror_; }
   AclModel &acls() { return acls_; }
+  SnmpAgent &snmp() { return snmp_; }
   int64_t now() const { return clock_(); }
 
   void resetToDefault();
@@ -45,7 +47,7 @@ class SimDevice {
   template <typename Self>
   static auto modelsOf(Self &self) {
     using Model = std::conditional_t<std::is_const_v<Self>, const SimModel, SimModel>;
-    return std::vector<Model *>{&self.system_, &self.counters_, &self.sflow_, &self.lldp_, &self.mirror_, &self.acls_};
+    return std::vector<Model *>{&self.system_, &self.counters_, &self.sflow_, &self.lldp_, &self.mirror_, &self.acls_, &self.snmp_};
   }
 
   SimClock clock_;
@@ -55,4 +57,5 @@ class SimDevice {
   LldpAgent lldp_{system_};
   MirrorModel mirror_{system_};
   AclModel acls_;
+  SnmpAgent snmp_{system_};
 };
