@@ -10,16 +10,6 @@ namespace {
 
 constexpr int kLogFacilityUser = 8;
 
-void registerRoutes(httpdTable *table) {
-  instruRoutesRegister(table);
-  sflowRoutesRegisterFirst(table);
-  snmpRoutesRegister(table);
-  statsRoutesRegister(table);
-  sflowRoutesRegisterRest(table);
-  lldpRoutesRegister(table);
-  mirrorRoutesRegister(table);
-}
-
 }  // namespace
 
 int main() {
@@ -30,7 +20,7 @@ int main() {
   }
   httpdTable *table = httpdCreateTable();
   if (table == nullptr) exit(1);
-  registerRoutes(table);
+  registerAllRoutes(table);
   httpdProcessRequest(table);
   openapiClientTearDown(&clientHandle);
   logClose();

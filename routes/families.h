@@ -11,3 +11,6 @@ void statsRoutesRegister(httpdTable *table);
 void sflowRoutesRegisterRest(httpdTable *table);
 void lldpRoutesRegister(httpdTable *table);
 void mirrorRoutesRegister(httpdTable *table);
+
+// Every family in that order.
+void registerAllRoutes(httpdTable *table);

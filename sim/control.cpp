@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "open/wire.h"
-#include "sim/switch.h"
+#include "sim/device.h"
 #include "tools/raii.h"
 
 namespace {
@@ -78,7 +78,7 @@ std::string load(SimDispatcher &dispatcher, const cJSON *request) {
   const cJSON *state = cJSON_GetObjectItemCaseSensitive(request, "state");
   if (state == nullptr) return failure("\"state\" is missing");
   std::string error;
-  int rc = dispatcher.withSwitch([&](SimSwitch &sw) { return sw.fromJson(state, error); });
+  int rc = dispatcher.withSwitch([&](SimDevice &sw) { return sw.fromJson(state, error); });
   return fromRc(rc, error);
 }
 
@@ -90,7 +90,7 @@ std::string save(SimDispatcher &dispatcher, const std::string &statePath) {
 
 std::string reset(SimDispatcher &dispatcher) {
   dispatcher.clearScripts();
-  dispatcher.withSwitch([](SimSwitch &sw) { sw.resetToDefault(); });
+  dispatcher.withSwitch([](SimDevice &sw) { sw.resetToDefault(); });
   dispatcher.clearCallLog();
   return success();
 }
@@ -117,7 +117,7 @@ std::string controlAnswer(SimDispatcher &dispatcher, const cJSON *request, const
     dispatcher.clearCallLog();
     return success();
   }
-  if (name == "dump") return success("state", dispatcher.withSwitch([](SimSwitch &sw) { return sw.toJson(); }));
+  if (name == "dump") return success("state", dispatcher.withSwitch([](SimDevice &sw) { return sw.toJson(); }));
   if (name == "load") return load(dispatcher, request);
   if (name == "save") return save(dispatcher, statePath);
   return failure("unknown control command \"" + name + "\"");
@@ -152,13 +152,13 @@ int loadStateFile(SimDispatcher &dispatcher, const std::string &path, std::strin
   JsonPtr state(readJsonFile(path, error));
   if (!state) return -1;
   std::string problem;
-  int rc = dispatcher.withSwitch([&](SimSwitch &sw) { return sw.fromJson(state.get(), problem); });
+  int rc = dispatcher.withSwitch([&](SimDevice &sw) { return sw.fromJson(state.get(), problem); });
   if (rc != 0) error = path + ": " + problem;
   return rc;
 }
 
 int saveStateFile(SimDispatcher &dispatcher, const std::string &path, std::string &error) {
-  JsonPtr state(dispatcher.withSwitch([](SimSwitch &sw) { return sw.toJson(); }));
+  JsonPtr state(dispatcher.withSwitch([](SimDevice &sw) { return sw.toJson(); }));
   CText text(cJSON_Print(state.get()));
   std::string temp = path + ".tmp." + std::to_string(getpid());
   FILE *file = fopen(temp.c_str(), "w");

@@ -21,22 +21,22 @@ std::string printed(const cJSON *json) {
   return result;
 }
 
-using Thunk = open_error_t (*)(SimSwitch &, const OpenOpDesc &, OpenSlot *);
+using Thunk = open_error_t (*)(SimDevice &, const OpenOpDesc &, OpenSlot *);
 
 template <typename... A, size_t... I>
-open_error_t invokeWith(open_error_t (*fn)(SimSwitch &, A...), SimSwitch &sw, const OpenOpDesc &op,
+open_error_t invokeWith(open_error_t (*fn)(SimDevice &, A...), SimDevice &sw, const OpenOpDesc &op,
                         OpenSlot *slots, std::index_sequence<I...>) {
   return fn(sw, slots[I].template as<A>(op.args[I])...);
 }
 
 template <typename... A>
-open_error_t invoke(open_error_t (*fn)(SimSwitch &, A...), SimSwitch &sw, const OpenOpDesc &op, OpenSlot *slots) {
+open_error_t invoke(open_error_t (*fn)(SimDevice &, A...), SimDevice &sw, const OpenOpDesc &op, OpenSlot *slots) {
   return invokeWith(fn, sw, op, slots, std::index_sequence_for<A...>{});
 }
 
 const Thunk kThunks[OPEN_OP_COUNT] = {
 #define OPEN_OP(kind, name, ...) \
-  [](SimSwitch &sw, const OpenOpDesc &op, OpenSlot *slots) { return invoke(sim::name, sw, op, slots); },
+  [](SimDevice &sw, const OpenOpDesc &op, OpenSlot *slots) { return invoke(sim::name, sw, op, slots); },
 #include "open/open_ops.def"
 #undef OPEN_OP
 };

@@ -11,13 +11,13 @@
 
 #include "open/opdesc.h"
 
-class SimSwitch;
+class SimDevice;
 
 class SimDispatcher {
  public:
   static constexpr size_t kCallLogLimit = 10000;
 
-  explicit SimDispatcher(SimSwitch &sw) : sw_(sw) {}
+  explicit SimDispatcher(SimDevice &sw) : sw_(sw) {}
 
   // One request line in, one answer line out (without the newline).
   std::string call(const char *requestLine);
@@ -48,7 +48,7 @@ class SimDispatcher {
   bool takeScript(OpenOpId id, std::string &replyLine, int *rc);
   void logCall(const char *opName, cJSON *logIn, int rc);
 
-  SimSwitch &sw_;
+  SimDevice &sw_;
   std::mutex mutex_;
   Script scripts_[OPEN_OP_COUNT];
   std::deque<std::string> callLog_;

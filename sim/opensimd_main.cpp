@@ -9,9 +9,9 @@
 #include <string>
 
 #include "sim/control.h"
+#include "sim/device.h"
 #include "sim/dispatch.h"
 #include "sim/server.h"
-#include "sim/switch.h"
 
 namespace {
 
@@ -70,7 +70,7 @@ bool fileExists(const std::string &path) {
 int main(int argc, char **argv) {
   Options options;
   if (!parseOptions(argc, argv, options)) return usage();
-  SimSwitch sw;
+  SimDevice sw;
   SimDispatcher dispatcher(sw);
   std::string error;
   if (!options.statePath.empty() && fileExists(options.statePath) &&

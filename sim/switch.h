@@ -1,22 +1,15 @@
 #pragma once
-// The simulated switch: its identity, interfaces, VLANs and port counters.
-// Not thread-safe; SimDispatcher serialises every access.
-#include <cjson/cJSON.h>
-
+// The switch itself: its identity, interfaces and VLANs, the model every
+// other family builds on. Not thread-safe; SimDispatcher serialises every
+// access.
 #include <array>
 #include <cstdint>
-#include <functional>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "open/openapi.h"
-#include "sim/acl_model.h"
-#include "sim/counters.h"
-#include "sim/lldp_model.h"
-#include "sim/mirror_model.h"
-#include "sim/sflow_agent.h"
-#include "sim/traffic.h"
+#include "sim/model.h"
 
 // Interface types as OpEN numbers them.
 enum SimIntfType : uint32_t {
@@ -35,18 +28,12 @@ constexpr uint32_t kLinkUp = 0, kLinkDown = 1;
 constexpr uint32_t kAdminDisable = 0, kAdminEnable = 1;
 constexpr uint32_t kSpeedUnknown = 0, kSpeedFull100 = 2, kSpeedFull10 = 4, kSpeedFull1000 = 6, kSpeedFull10G = 7;
 
-class SimSwitch {
+constexpr schema::Range kVlanIds{1, 4094};
+// The switch's management address, 192.168.0.239, that its agents report.
+constexpr uint32_t kManagementIpv4 = 0xC0A800EF;
+
+class SimSwitch : public SimModel {
  public:
-  // Nanoseconds of a monotonic clock; tests substitute their own.
-  using Clock = std::function<int64_t()>;
-
-  struct PortCounters {
-    PortLoad load = PortLoad::Idle;
-    std::array<uint64_t, kCounterCount> base{};   // value at `anchor`
-    std::array<int64_t, kCounterCount> anchor{};  // clock time since which the counter grows
-    int64_t resetAt = 0;                          // clock time of the last interface reset
-  };
-
   struct Interface {
     uint32_t intIfNum = 0;
     uint32_t type = kIntfPhysical;
@@ -56,70 +43,45 @@ class SimSwitch {
     uint32_t speedMbps = 1000;  // negotiated or configured; reported only while the link is up
     uint32_t maxFrameSize = 1518;
     uint32_t pvid = 1;
-    PortCounters counters;  // physical ports only
+
+    // A port shut down by configuration passes nothing, whatever its cable.
+    bool passesTraffic() const { return linkUp && adminEnabled; }
   };
 
   struct Identity {
     std::string systemDescription, machineType, machineModel, serialNumber, softwareVersion;
-    std::array<uint8_t, 6> baseMac{};
-    open_revision_data_t apiVersion{};
+    schema::MacAddress baseMac{};
+    std::array<uint32_t, 4> apiVersion{};  // release, version, maintenance level, build
   };
 
-  SimSwitch();
-  explicit SimSwitch(Clock clock);
-
-  void resetToDefault();
+  const char *stateKey() const override { return ""; }
+  void resetToDefault() override;
+  cJSON *toJson() const override;
+  bool fromJson(const cJSON *json, const schema::Where &where) override;
+  void adoptState(SimModel &loaded) override;
 
   // OpEN-style answers: 0, or the open_error_t of the refusal.
   open_error_t firstInterface(uint32_t type, uint32_t *intIfNum) const;
   open_error_t nextInterface(uint32_t type, uint32_t after, uint32_t *next) const;
   const Interface *findInterface(uint32_t intIfNum) const;
+  const std::vector<Interface> &interfaces() const { return state_.interfaces; }
   // The OpEN speed code; unknown while the link is down.
   static uint32_t speedCodeOf(const Interface &intf);
   open_error_t vlanCreated(uint32_t vlanId) const;
 
-  open_error_t counterValue(uint32_t counterId, uint32_t intIfNum, uint64_t *value) const;
-  // Counters 0..kCounterCount-1 in id order; the reserved id reads 0.
-  open_error_t allCounters(uint32_t intIfNum, std::array<uint64_t, kCounterCount> &values) const;
-  open_error_t resetCounter(uint32_t counterId, uint32_t intIfNum);
-  open_error_t resetInterfaceCounters(uint32_t intIfNum);
-  void resetAllCounters();
-  open_error_t secondsSinceReset(uint32_t intIfNum, uint32_t *seconds) const;
-
-  const Identity &identity() const { return state_.identity; }
-  SflowAgent &sflow() { return sflow_; }
-  LldpAgent &lldp() { return lldp_; }
-  MirrorModel &mirror() { return mirror_; }
-  AclModel &acls() { return acls_; }
+  const Identity &identity() const { return state_; }
   const std::set<uint32_t> &vlans() const { return state_.vlans; }
-  int64_t nowNanos() const { return now(); }
   std::string showVersionText() const;
-  std::string baseMacText() const;
-
-  // The whole state; 64-bit values as decimal text. The caller owns the tree.
-  cJSON *toJson() const;
-  // Replaces the whole state, or nothing: 0, or -1 with `error` naming the problem.
-  int fromJson(const cJSON *json, std::string &error);
+  std::string baseMacText() const { return schema::macText(state_.baseMac); }
 
  private:
-  struct State {
-    Identity identity;
-    std::vector<Interface> interfaces;  // ascending intIfNum
+  // The identity's fields open the state document, before the tables.
+  struct State : Identity {
     std::set<uint32_t> vlans;
+    std::vector<Interface> interfaces;  // ascending intIfNum
   };
 
-  int64_t now() const { return clock_(); }
-  // Refusal for counter access: unknown interface or one without port counters.
-  open_error_t counterPort(uint32_t intIfNum, const Interface **port) const;
-  uint64_t currentValue(const Interface &port, uint32_t counterId, int64_t at) const;
-  void resetPort(Interface &port, int64_t at);
-  cJSON *interfaceJson(const Interface &intf, int64_t at) const;
-  Interface *findMutable(uint32_t intIfNum);
+  static const schema::Record<State> &stateFields();
 
-  Clock clock_;
   State state_;
-  SflowAgent sflow_;
-  LldpAgent lldp_;
-  MirrorModel mirror_;
-  AclModel acls_;
 };

@@ -130,7 +130,8 @@ void SwitchTest::startDaemon() {
     int devnull = open("/dev/null", O_WRONLY);
     dup2(devnull, 2);
     std::string bin = kBin + "/opensimd";
-    execl(bin.c_str(), bin.c_str(), "--socket", socket_.c_str(), static_cast<char *>(nullptr));
+    std::string state = root_ + "/switch-state.json";
+    execl(bin.c_str(), bin.c_str(), "--socket", socket_.c_str(), "--state", state.c_str(), static_cast<char *>(nullptr));
     _exit(127);
   }
   daemonPid_ = pid;

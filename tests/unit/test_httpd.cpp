@@ -2,11 +2,15 @@
 
 #include <cstdio>
 #include <cstring>
+#include <map>
 #include <regex>
+#include <set>
 #include <string>
+#include <vector>
 
 #include "cgi/httpd.h"
 #include "frame_sandbox.h"
+#include "routes/families.h"
 
 using frametest::captureStdout;
 using frametest::setEnv;
@@ -182,3 +186,41 @@ TEST_F(HttpdTest, RouteWithInvalidMethodCodeNeverMatches) {
 }
 
 }  // namespace
+
+// The program's whole route set, as main registers it.
+TEST(RouteSetTest, EveryFamilyRegistersItsRoutesOnce) {
+  httpdTable *table = httpdCreateTable();
+  registerAllRoutes(table);
+  std::map<std::string, int> perDirectory;
+  int perMethod[4] = {};
+  std::set<std::string> seen;
+  std::vector<const httpdDirNode *> pending = {table->root};
+  std::vector<std::string> paths = {""};
+  while (!pending.empty()) {
+    const httpdDirNode *node = pending.back();
+    std::string path = paths.back();
+    pending.pop_back();
+    paths.pop_back();
+    for (const httpdRouteEntry *entry = node->operations; entry; entry = entry->next) {
+      ++perDirectory[path];
+      ++perMethod[entry->method];
+      EXPECT_TRUE(seen.insert(path + " " + httpdMethodName(entry->method) + " " + entry->opName).second)
+          << path << " " << entry->opName << " is registered twice";
+      EXPECT_EQ(entry->needsSession, 1);
+    }
+    for (const httpdDirNode *child = node->children; child; child = child->next) {
+      pending.push_back(child);
+      paths.push_back(path + "/" + child->name);
+    }
+  }
+  const std::string api = "/api/v2/monitoring/";
+  const std::map<std::string, int> expected = {
+      {api + "instru-bhd", 5}, {api + "instru-bst", 43}, {api + "instru-flow-tracker", 13}, {api + "instru-ifa", 13},
+      {api + "instru-nos", 16}, {api + "instru-packet-trace", 5}, {api + "sflow", 53}, {api + "snmp", 54},
+      {api + "stats", 8}, {api + "lldp", 109}, {api + "mirror", 45}, {api + "session", 2}};
+  EXPECT_EQ(perDirectory, expected);
+  EXPECT_EQ(perMethod[HTTPD_GET], 219);
+  EXPECT_EQ(perMethod[HTTPD_POST], 54);
+  EXPECT_EQ(perMethod[HTTPD_DELETE], 26);
+  EXPECT_EQ(perMethod[HTTPD_PUT], 67);
+}

@@ -63,7 +63,7 @@ TEST_F(LldpAgentTest, ManagementAddressesAreWalkedInFamilyAndAddressOrder) {
   char text[64] = "";
   open_buffdesc address{sizeof text, text};
   open_error_t rc;
-  while ((rc = sim::openapiLldpIntfRemoteDeviceMgmtAddressNextGet(sw, 12, 2, 3544, &family, &address, &length)) ==
+  while ((rc = sim::openapiLldpIntfRemoteDeviceMgmtAddressNextGet(dev, 12, 2, 3544, &family, &address, &length)) ==
          OPEN_E_NONE) {
     seen.push_back(std::to_string(family) + " " + text + " " + std::to_string(length));
     address.size = sizeof text;
@@ -73,9 +73,9 @@ TEST_F(LldpAgentTest, ManagementAddressesAreWalkedInFamilyAndAddressOrder) {
                                             "2 fe80::21e:c9ff:fea2:4410 16"}));
   family = 1;
   snprintf(text, sizeof text, "not an address");
-  EXPECT_EQ(sim::openapiLldpIntfRemoteDeviceMgmtAddressNextGet(sw, 12, 2, 3544, &family, &address, &length),
+  EXPECT_EQ(sim::openapiLldpIntfRemoteDeviceMgmtAddressNextGet(dev, 12, 2, 3544, &family, &address, &length),
             OPEN_E_PARAM);
-  EXPECT_EQ(sim::openapiLldpIntfRemoteDeviceMgmtAddressNextGet(sw, 29, 2, 3544, &family, &address, &length),
+  EXPECT_EQ(sim::openapiLldpIntfRemoteDeviceMgmtAddressNextGet(dev, 29, 2, 3544, &family, &address, &length),
             OPEN_E_UNAVAIL);
 }
 
@@ -87,8 +87,8 @@ TEST_F(LldpAgentTest, LocalPortDataFollowsThePortsKindAndLink) {
   for (const auto &c : cases) {
     SCOPED_TRACE(c.port);
     uint32_t mauType = 99, autoNeg = 99;
-    EXPECT_EQ(sim::openapiLldpdot3LocPortAutoNegOperMauTypeGet(sw, c.port, &mauType), OPEN_E_NONE);
-    EXPECT_EQ(sim::openapiLldpdot3LocPortAutoNegSupportedGet(sw, c.port, &autoNeg), OPEN_E_NONE);
+    EXPECT_EQ(sim::openapiLldpdot3LocPortAutoNegOperMauTypeGet(dev, c.port, &mauType), OPEN_E_NONE);
+    EXPECT_EQ(sim::openapiLldpdot3LocPortAutoNegSupportedGet(dev, c.port, &autoNeg), OPEN_E_NONE);
     EXPECT_EQ(mauType, c.mauType);
     EXPECT_EQ(autoNeg, c.autoNeg);
     EXPECT_EQ(text(sim::openapiLldpdot3LocPortAutoNegAdvertizedCapGet, c.port), c.advertised);

@@ -14,7 +14,7 @@ const char kResetPort5[] = R"({"op":"openapiStatReset","args":["2","5"]})";
 
 class SimDispatchTest : public SimFixture {
  protected:
-  SimDispatcher dispatcher{sw};
+  SimDispatcher dispatcher{dev};
 
   int rcOf(const std::string &reply) {
     JsonPtr json(cJSON_Parse(reply.c_str()));

@@ -53,7 +53,7 @@ class SimServerTest : public SimFixture {
   }
 
   char dir[32] = "/tmp/simserver.XXXXXX";
-  SimDispatcher dispatcher{sw};
+  SimDispatcher dispatcher{dev};
 };
 
 TEST_F(SimServerTest, ControlCommandsAnswer) {
@@ -88,15 +88,13 @@ TEST_F(SimServerTest, ControlCommandsAnswer) {
 
 TEST_F(SimServerTest, ResetRestoresTheDefaultSwitch) {
   SimServer server(dispatcher, "");
-  JsonPtr before(sw.toJson());
-  std::string pristine = CText(cJSON_PrintUnformatted(before.get())).get();
+  std::string pristine = dumped();
   ASSERT_EQ(outcome(server, R"({"ctl":"fault","op":"openapiStatGet","rc":-20})"), "ok");
-  ASSERT_EQ(sim::openapiInterfaceStatsReset(sw, 1), OPEN_E_NONE);
+  ASSERT_EQ(sim::openapiInterfaceStatsReset(dev, 1), OPEN_E_NONE);
   server.answer(R"({"op":"openapiStatGet","args":["2","5",null]})");
   ASSERT_EQ(outcome(server, R"({"ctl":"reset"})"), "ok");
   EXPECT_EQ(dispatcher.callLogLines(), "");
-  JsonPtr state(sw.toJson());
-  EXPECT_EQ(CText(cJSON_PrintUnformatted(state.get())).get(), pristine);
+  EXPECT_EQ(dumped(), pristine);
   EXPECT_EQ(server.answer(R"({"op":"openapiStatGet","args":["2","5",null]})"),
             R"({"rc":0,"out":[")" + std::to_string(stat(ctr_rx_64, 5)) + R"("]})");
 }

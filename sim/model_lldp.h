@@ -4,12 +4,15 @@
 // and IEEE 802.3 data. The state is plain records, so that a field table
 // can describe it; what depends on the switch (which ports are physical,
 // whose link is up) is decided by the operations.
+#include <array>
 #include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
 
 #include "open/openapi.h"
+#include "sim/model.h"
+#include "sim/switch.h"
 
 struct LldpRange {
   uint32_t low, high;
@@ -107,7 +110,7 @@ struct LldpNeighbour {
   std::vector<LldpOrgInfo> orgInfo;         // info index 0 onwards
   std::vector<LldpUnknownTlv> unknownTlvs;  // ascending type
   bool med = false;
-  uint8_t medCapSupported[2] = {}, medCapEnabled[2] = {};
+  std::array<uint8_t, 2> medCapSupported{}, medCapEnabled{};
   uint32_t medDeviceClass = 0;  // 1-3 endpoint classes, 4 network connectivity
   LldpMedInventory inventory;
   LldpPoe poe;
@@ -122,11 +125,18 @@ struct LldpState {
   std::vector<LldpNeighbour> neighbours;  // ascending (ifNum, remIndex, timeStamp)
 };
 
-class LldpAgent {
+class LldpAgent : public SimModel {
  public:
+  explicit LldpAgent(const SimSwitch &system) : system_(system) {}
+
+  const char *stateKey() const override { return "lldp"; }
+  void resetToDefault() override;
+  cJSON *toJson() const override;
+  bool fromJson(const cJSON *json, const schema::Where &where) override;
+  void adoptState(SimModel &loaded) override;
+
   LldpState &state() { return state_; }
   const LldpState &state() const { return state_; }
-  void reset(uint32_t mgmtIpv4);
 
   LldpPort &port(uint32_t ifNum) { return state_.ports[ifNum]; }
   LldpPort portOrDefault(uint32_t ifNum) const;
@@ -144,6 +154,7 @@ class LldpAgent {
   }
 
  private:
+  const SimSwitch &system_;
   LldpState state_;
 };
 

@@ -4,16 +4,20 @@
 // instance, remote agents, sampler access lists and the agent's mode.
 // Answers as an sFlow agent refuses: -22 for values outside their range,
 // unknown receivers and samplers bound to a receiver nobody owns.
+#include <array>
 #include <cstdint>
 #include <map>
 #include <string>
 #include <utility>
 
 #include "open/openapi.h"
+#include "sim/model.h"
+#include "sim/switch.h"
 
 struct SflowReceiver {
   std::string owner;  // empty: free
   int64_t expiresAt = 0;  // clock nanoseconds; kSflowNever for no time-out
+  uint32_t secondsLeft = 0;  // what the state file keeps of expiresAt
   open_inet_addr_t address{};
   uint32_t port = 6343;
   uint32_t maxDatagramSize = 1400;
@@ -62,26 +66,34 @@ struct SflowState {
   uint32_t remoteAgentSourceIfNum = 0;
   uint32_t agentIpv4 = 0;  // host order
   open_in6_addr_t agentIpv6{};
-  SflowReceiver receivers[kSflowReceivers];
-  SflowRemoteAgent remoteAgents[kSflowRemoteAgents];
+  std::array<SflowReceiver, kSflowReceivers> receivers;
+  std::array<SflowRemoteAgent, kSflowRemoteAgents> remoteAgents;
   // Keyed by (interface, instance); an absent entry has the defaults.
   std::map<std::pair<uint32_t, uint32_t>, SflowSampler> samplers;
   std::map<std::pair<uint32_t, uint32_t>, SflowPoller> pollers;
   std::map<uint32_t, SflowSamplerAcl> ipAcls, macAcls;  // by interface
 };
 
-class SflowAgent {
+class SflowAgent : public SimModel {
  public:
+  SflowAgent(const SimSwitch &system, const SimClock &clock) : system_(system), clock_(clock) {}
+
+  const char *stateKey() const override { return "sflow"; }
+  void resetToDefault() override;
+  cJSON *toJson() const override;
+  bool fromJson(const cJSON *json, const schema::Where &where) override;
+  void adoptState(SimModel &loaded) override;
+
   SflowState &state() { return state_; }
   const SflowState &state() const { return state_; }
-  void reset(uint32_t agentIpv4, const open_in6_addr_t &agentIpv6);
+  int64_t now() const { return clock_(); }
 
   // Frees every receiver whose owner's time ran out, as the agent's
   // one-second timer would have.
-  void expire(int64_t now);
+  void expire();
   open_error_t ownerGet(uint32_t index, std::string &owner) const;
-  open_error_t ownerSet(uint32_t index, const std::string &owner, uint32_t timeout, int64_t now);
-  open_error_t timeRemaining(uint32_t index, int64_t now, uint32_t *seconds) const;
+  open_error_t ownerSet(uint32_t index, const std::string &owner, uint32_t timeout);
+  open_error_t timeRemaining(uint32_t index, uint32_t *seconds) const;
   open_error_t receiver(uint32_t index, SflowReceiver **out);
   open_error_t remoteAgent(uint32_t index, SflowRemoteAgent **out);
   // A sampler's or poller's receiver: 0, or a receiver that has an owner.
@@ -90,6 +102,8 @@ class SflowAgent {
 
  private:
   void release(uint32_t index);
+  const SimSwitch &system_;
+  const SimClock &clock_;
   SflowState state_;
 };
 

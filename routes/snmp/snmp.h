@@ -1,0 +1,47 @@
+#pragma once
+// The SNMP family's shared rules: how its routes read keys and answer, the
+// texts they hand to OpEN, and the enumerations more than one group of
+// routes uses. Everything here has internal linkage, so that each table's
+// row check stays a constant expression.
+#include "routes/engine/engine.h"
+
+namespace snmp {
+
+constexpr const char *kDir = "/api/v2/monitoring/snmp";
+
+// Keys of DELETE and GET routes come from the request data (the query
+// string), found as queryParamValue finds them and read with strtoul.
+constexpr route::Family kSnmp{kDir, "snmp", &route::kRequestDataUnsigned};
+
+// Creates, deletes and sets write every outcome as a line.
+constexpr route::Answering kWrite{&kSnmp, route::Mapping::OpenRc, AnswerStyle::Line, AnswerStyle::Line,
+                                  AnswerStyle::Line};
+// Gets and walks write their answer as it is, failures included; only a
+// walk's body that does not parse is refused as a line.
+constexpr route::Answering kRead{&kSnmp, route::Mapping::OpenRc, AnswerStyle::Line, AnswerStyle::Data,
+                                 AnswerStyle::Data};
+
+// Most texts: a 256-byte buffer, at most 255 characters, described as the
+// text's length plus one (1 for an absent key); as an output, 256.
+constexpr route::BufferKind kText{256, route::SizeRule::LengthPlusOne, nullptr};
+// View and filter names: 30 characters.
+constexpr route::BufferKind kViewName{31, route::SizeRule::LengthPlusOne, nullptr};
+// OID subtrees of walks and lookups: 128 characters.
+constexpr route::BufferKind kOidTree{129, route::SizeRule::LengthPlusOne, nullptr};
+
+// An unknown model goes out as 0, which prints as "any".
+constexpr route::Choice kSecurityModelNames[] = {{"snmpv1", 1}, {"snmpv2c", 2}, {"usm", 3}};
+constexpr route::ChoiceTable kSecurityModel = route::choiceTable(kSecurityModelNames, false, 0, "any");
+// An unknown level goes out as 1: no authentication, no privacy.
+constexpr route::Choice kSecurityLevelNames[] = {{"noauthnopriv", 1}, {"authnopriv", 2}, {"authpriv", 3}};
+constexpr route::ChoiceTable kSecurityLevel = route::choiceTable(kSecurityLevelNames, false, 1, "noauthnopriv");
+// Only "enable" exactly enables; only 1 prints as enabled.
+constexpr route::Choice kEnableName[] = {{"enable", 1}};
+constexpr route::ChoiceTable kEnableMode = route::choiceTable(kEnableName, false, 0, "disable");
+
+// Registration of each group of routes, in the family's order.
+void accessRoutesRegister(httpdTable *table);
+void usersRoutesRegister(httpdTable *table);
+void notificationsRoutesRegister(httpdTable *table);
+
+}  // namespace snmp
