@@ -182,13 +182,16 @@ TEST_F(MirrorTest, RefusesMissingValuesBeforeOpen) {
 }
 
 TEST_F(MirrorTest, RemoteSpanRangesSetEachVlanAndAlwaysSucceed) {
-  EXPECT_EQ(call("PUT", kMirror + "/remote-span-vlan", R"({"vlan-list":"10,20-22,x,4090-5000"})").out, ok());
+  // A range starts no lower than 0, however negative its start.
+  EXPECT_EQ(call("PUT", kMirror + "/remote-span-vlan", R"({"vlan-list":"10,20-22,x,4090-5000,-2000000000-1"})").out,
+            ok());
   std::string sets;
   for (const std::string &line : callsOf("openapiRemoteSpanVlanSet")) sets += line.substr(line.find("\"in\"")) + "\n";
   std::string expected;
-  for (int vlan : {10, 20, 21, 22, 4090, 4091, 4092, 4093}) {
-    // Only VLANs 10 and 20 exist: the others are refused, and the answer does not care.
-    expected += R"("in":[)" + std::to_string(vlan) + R"(,1],"rc":)" + (vlan == 10 || vlan == 20 ? "0" : "-22") + "}\n";
+  for (int vlan : {10, 20, 21, 22, 4090, 4091, 4092, 4093, 0, 1}) {
+    // Only VLANs 1, 10 and 20 exist: the others are refused, and the answer does not care.
+    bool exists = vlan == 1 || vlan == 10 || vlan == 20;
+    expected += R"("in":[)" + std::to_string(vlan) + R"(,1],"rc":)" + (exists ? "0" : "-22") + "}\n";
   }
   EXPECT_EQ(sets, expected);
 }
