@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "sim/model.h"
+#include "sim/model_acl.h"
 #include "sim/model_counters.h"
 #include "sim/model_lldp.h"
 #include "sim/model_mirror.h"

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "sim/model_acl.h"
 #include "sim/walk.h"
 
 uint32_t MonitorSession::sourceType() const {
@@ -15,8 +16,8 @@ uint32_t MonitorSession::destType() const {
   return remoteDestVlan != 0 ? kDestRemoteVlan : kDestNone;
 }
 
-// The switch as it leaves the factory's test bench: session 1 prepared to
-// copy the first two ports to port 24, not yet enabled.
+// The switch as it leaves the test bench: session 1 prepared to copy the
+// first two ports to port 24, not yet enabled.
 void MirrorModel::resetToDefault() {
   state_ = MirrorState{};
   MonitorSession &first = state_.sessions[0];
@@ -49,54 +50,114 @@ bool MirrorModel::isSourceVlan(uint32_t vlan) const {
   return false;
 }
 
-void AclModel::resetToDefault() {
-  acls_ = AclState{};
-  acls_.ip = {{1, ""}, {23, "snmp-managers"}, {101, "block-telnet"}, {150, "voice-rtp"}};
-  acls_.mac = {{kFirstMacAclId, "trusted-macs"}, {kFirstMacAclId + 1, "block-bpdu"}};
+bool MirrorModel::mayBeSource(uint32_t ifNum) const {
+  const SimSwitch::Interface *intf = system_.findInterface(ifNum);
+  return intf != nullptr && (intf->type == kIntfPhysical || intf->type == kIntfLag || intf->type == kIntfCpu);
 }
 
-const std::map<uint32_t, std::string> *AclModel::ofType(uint32_t type) const {
-  if (type == kAclIp) return &acls_.ip;
-  return type == kAclMac ? &acls_.mac : nullptr;
+bool MirrorModel::isPhysical(uint32_t ifNum) const {
+  const SimSwitch::Interface *intf = system_.findInterface(ifNum);
+  return intf != nullptr && intf->type == kIntfPhysical;
 }
 
-open_error_t AclModel::first(uint32_t type, uint32_t *id) const { return next(type, 0, id); }
+bool MirrorModel::validSource(uint32_t ifNum) const { return mayBeSource(ifNum) && destSessionOf(ifNum) == 0; }
 
-open_error_t AclModel::next(uint32_t type, uint32_t after, uint32_t *id) const {
-  const auto *list = ofType(type);
-  if (list == nullptr) return OPEN_E_PARAM;
-  const std::pair<const uint32_t, std::string> *found = nullptr;
-  open_error_t rc = walk::next(*list, after, found, &std::pair<const uint32_t, std::string>::first);
-  if (rc == OPEN_E_NONE) *id = found->first;
+bool MirrorModel::validDestination(uint32_t ifNum) const { return isPhysical(ifNum) && sourceSessionOf(ifNum) == 0; }
+
+open_error_t MirrorModel::nextValidSource(uint32_t after, uint32_t *ifNum) const {
+  const SimSwitch::Interface *found = nullptr;
+  auto valid = [this](const SimSwitch::Interface &intf) { return validSource(intf.intIfNum); };
+  open_error_t rc = walk::next(system_.interfaces(), after, found, &SimSwitch::Interface::intIfNum, valid);
+  if (rc == OPEN_E_NONE) *ifNum = found->intIfNum;
   return rc;
 }
 
-open_error_t AclModel::name(uint32_t id, std::string &name) const {
-  for (const auto *list : {&acls_.ip, &acls_.mac}) {
-    auto found = list->find(id);
-    if (found != list->end()) {
-      name = found->second;
-      return OPEN_E_NONE;
-    }
-  }
-  return OPEN_E_NOT_FOUND;
+open_error_t MirrorModel::nextValidDestination(uint32_t after, uint32_t *ifNum) const {
+  const SimSwitch::Interface *found = nullptr;
+  auto valid = [this](const SimSwitch::Interface &intf) { return validDestination(intf.intIfNum); };
+  open_error_t rc = walk::next(system_.interfaces(), after, found, &SimSwitch::Interface::intIfNum, valid);
+  if (rc == OPEN_E_NONE) *ifNum = found->intIfNum;
+  return rc;
 }
 
-open_error_t AclModel::byName(uint32_t type, const std::string &name, uint32_t *id) const {
-  const auto *list = ofType(type);
-  if (list == nullptr || name.empty()) return OPEN_E_PARAM;
-  for (const auto &[number, aclName] : *list) {
-    if (aclName == name) {
-      *id = number;
-      return OPEN_E_NONE;
-    }
+// A port mirrors into one session only; a session mirrors ports or VLANs.
+open_error_t MirrorModel::addSourcePort(uint32_t number, uint32_t ifNum, uint32_t direction) {
+  MonitorSession *s = session(number);
+  if (s == nullptr || !validSource(ifNum) || direction < kMirrorBoth || direction > kMirrorTx ||
+      !s->sourceVlans.empty() || s->reflectorPort == ifNum) {
+    return OPEN_E_PARAM;
   }
-  return OPEN_E_NOT_FOUND;
+  uint32_t owner = sourceSessionOf(ifNum);
+  if (owner != 0 && owner != number) return OPEN_E_EXISTS;
+  s->sourcePorts[ifNum] = direction;
+  return OPEN_E_NONE;
 }
 
-bool AclModel::macAclExists(const std::string &name) const {
-  uint32_t id = 0;
-  return byName(kAclMac, name, &id) == OPEN_E_NONE;
+open_error_t MirrorModel::removeSourcePort(uint32_t number, uint32_t ifNum) {
+  MonitorSession *s = session(number);
+  return s != nullptr && s->sourcePorts.erase(ifNum) != 0 ? OPEN_E_NONE : OPEN_E_PARAM;
+}
+
+// A destination belongs to one session and is never a source.
+open_error_t MirrorModel::setDestination(uint32_t number, uint32_t ifNum) {
+  MonitorSession *s = session(number);
+  if (s == nullptr || !validDestination(ifNum) || s->reflectorPort == ifNum) return OPEN_E_PARAM;
+  uint32_t owner = destSessionOf(ifNum);
+  if (owner != 0 && owner != number) return OPEN_E_EXISTS;
+  s->destination = ifNum;
+  return OPEN_E_NONE;
+}
+
+// The reflector loops remote-span frames back: a physical port that is
+// neither a source nor a destination; 0 takes it away.
+open_error_t MirrorModel::setReflector(uint32_t number, uint32_t ifNum) {
+  MonitorSession *s = session(number);
+  if (s == nullptr || (ifNum != 0 && (!validDestination(ifNum) || destSessionOf(ifNum) != 0))) return OPEN_E_PARAM;
+  s->reflectorPort = ifNum;
+  return OPEN_E_NONE;
+}
+
+// Existing VLANs that are not remote-span VLANs; never beside source ports.
+open_error_t MirrorModel::changeSourceVlans(uint32_t number, const std::string &list, uint32_t action) {
+  MonitorSession *s = session(number);
+  std::set<uint32_t> vlans;
+  if (s == nullptr || action > 1 || !parseVlanList(list, vlans) || (action == 1 && !s->sourcePorts.empty())) {
+    return OPEN_E_PARAM;
+  }
+  for (uint32_t vlan : vlans) {
+    if (system_.vlanCreated(vlan) != OPEN_E_NONE || isRspanVlan(vlan)) return OPEN_E_PARAM;
+  }
+  for (uint32_t vlan : vlans) {
+    if (action == 1) {
+      s->sourceVlans.insert(vlan);
+    } else {
+      s->sourceVlans.erase(vlan);
+    }
+  }
+  return OPEN_E_NONE;
+}
+
+// A session's remote-span VLAN must be one; 0 clears it.
+open_error_t MirrorModel::setRemoteVlan(uint32_t number, uint32_t MonitorSession::*which, uint32_t vlan) {
+  MonitorSession *s = session(number);
+  if (s == nullptr || (vlan != 0 && !isRspanVlan(vlan))) return OPEN_E_PARAM;
+  s->*which = vlan;
+  return OPEN_E_NONE;
+}
+
+// An existing VLAN that no session mirrors becomes a remote-span VLAN.
+open_error_t MirrorModel::changeRspanVlan(uint32_t vlan, uint32_t action) {
+  if (action > 1 || vlan > kMaxMirrorVlan || system_.vlanCreated(vlan) != OPEN_E_NONE) return OPEN_E_PARAM;
+  if (action == 0) return state_.rspanVlans.erase(vlan) != 0 ? OPEN_E_NONE : OPEN_E_PARAM;
+  if (isSourceVlan(vlan)) return OPEN_E_PARAM;
+  return state_.rspanVlans.insert(vlan).second ? OPEN_E_NONE : OPEN_E_EXISTS;
+}
+
+open_error_t MirrorModel::removeSession(uint32_t number) {
+  MonitorSession *s = session(number);
+  if (s == nullptr) return OPEN_E_PARAM;
+  *s = MonitorSession{.reserved = s->reserved};
+  return OPEN_E_NONE;
 }
 
 namespace {
@@ -166,54 +227,51 @@ const schema::Record<MirrorState> kMirrorFields = {
     {"rspanVlans", &MirrorState::rspanVlans, schema::List<Integer>(Integer({1, kMaxMirrorVlan}), "VLAN ids")},
 };
 
-schema::Keyed<uint32_t, std::string> aclTable(Range numbers, size_t nameLength) {
-  return {schema::named<uint32_t>("id", Integer(numbers)), schema::named<std::string>("name", schema::Text(nameLength)),
-          "access lists"};
-}
-
-const schema::Record<AclState> kAclFields = {
-    {"ip", &AclState::ip, aclTable({1, kMaxIpAcl}, 31)},
-    {"mac", &AclState::mac, aclTable(Range{kFirstMacAclId, UINT32_MAX}, 31)},
-};
-
 }  // namespace
 
 cJSON *MirrorModel::toJson() const { return schema::dumpRecord(kMirrorFields, state_); }
 
-// A switch's rules hold for a loaded state too: every port is an interface,
-// a port is a source of one session and never a destination, and session
-// VLANs exist.
+// A switch's rules hold for a loaded state too: sources are ports, LAGs or
+// the CPU, each of one session; destinations are physical ports, each of one
+// session and no source; a session mirrors ports or VLANs, and its VLANs
+// exist; remote-span VLANs exist, are not mirrored, and are the only ones a
+// session sends or receives remote frames on.
 bool MirrorModel::fromJson(const cJSON *json, const schema::Where &where) {
   if (!schema::loadRecord(kMirrorFields, json, state_, where)) return false;
-  std::set<uint32_t> sources;
+  std::set<uint32_t> sources, destinations;
   for (uint32_t i = 0; i < kMonitorSessions; ++i) {
     const MonitorSession &session = state_.sessions[i];
     schema::Where at = where.member("sessions").element(i);
     for (const auto &[ifNum, direction] : session.sourcePorts) {
-      if (system_.findInterface(ifNum) == nullptr) return at.member("sourcePorts").fail("no interface " + std::to_string(ifNum));
-      if (!sources.insert(ifNum).second) return at.member("sourcePorts").fail(std::to_string(ifNum) + " is a source of two sessions");
+      std::string port = std::to_string(ifNum);
+      if (!mayBeSource(ifNum)) return at.member("sourcePorts").fail(port + " is no port, LAG or CPU");
+      if (!sources.insert(ifNum).second) return at.member("sourcePorts").fail(port + " is a source of two sessions");
     }
     if (!session.sourcePorts.empty() && !session.sourceVlans.empty()) return at.fail("mirrors ports and VLANs at once");
     for (uint32_t vlan : session.sourceVlans) {
-      if (system_.vlanCreated(vlan) != OPEN_E_NONE) return at.member("sourceVlans").fail("no VLAN " + std::to_string(vlan));
+      if (system_.vlanCreated(vlan) != OPEN_E_NONE) {
+        return at.member("sourceVlans").fail("no VLAN " + std::to_string(vlan));
+      }
+    }
+    uint32_t destination = session.destination;
+    if (destination != 0 && (!isPhysical(destination) || !destinations.insert(destination).second)) {
+      return at.member("destination").fail("not a physical port of this session alone");
     }
   }
   for (uint32_t i = 0; i < kMonitorSessions; ++i) {
-    uint32_t destination = state_.sessions[i].destination;
-    schema::Where at = where.member("sessions").element(i).member("destination");
-    const SimSwitch::Interface *intf = system_.findInterface(destination);
-    if (destination != 0 && (intf == nullptr || intf->type != kIntfPhysical)) return at.fail("not a physical port");
-    if (destination != 0 && sources.count(destination) != 0) return at.fail("is also a source");
+    const MonitorSession &session = state_.sessions[i];
+    schema::Where at = where.member("sessions").element(i);
+    if (sources.count(session.destination) != 0) return at.member("destination").fail("is also a source");
+    for (uint32_t vlan : {session.remoteSourceVlan, session.remoteDestVlan}) {
+      if (vlan != 0 && !isRspanVlan(vlan)) return at.fail("VLAN " + std::to_string(vlan) + " is no remote-span VLAN");
+    }
+  }
+  for (uint32_t vlan : state_.rspanVlans) {
+    if (system_.vlanCreated(vlan) != OPEN_E_NONE || isSourceVlan(vlan)) {
+      return where.member("rspanVlans").fail("VLAN " + std::to_string(vlan) + " does not exist or is mirrored");
+    }
   }
   return true;
 }
 
 void MirrorModel::adoptState(SimModel &loaded) { state_ = static_cast<MirrorModel &>(loaded).state_; }
-
-cJSON *AclModel::toJson() const { return schema::dumpRecord(kAclFields, acls_); }
-
-bool AclModel::fromJson(const cJSON *json, const schema::Where &where) {
-  return schema::loadRecord(kAclFields, json, acls_, where);
-}
-
-void AclModel::adoptState(SimModel &loaded) { acls_ = static_cast<AclModel &>(loaded).acls_; }
