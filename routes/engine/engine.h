@@ -82,24 +82,26 @@ void runRoute(const Route &route);
 // receives a result code for inputs that refuse the call (then no call is made).
 int runCallInto(const Call &call, const Family &family, Request &request, cJSON *data, int32_t *refusal = nullptr);
 
-template <const Route &R>
+// One handler per row, named by its table and index (a compiler may not take
+// a row itself as a template argument).
+template <const auto &Table, size_t I>
 void routeHandler() {
-  static_assert(callFits(R.call), "a binding of this route does not fit the OpEN function it calls");
-  runRoute(R);
+  static_assert(callFits(Table[I].call), "a binding of this route does not fit the OpEN function it calls");
+  runRoute(Table[I]);
 }
 
-template <const Route &R>
+template <const auto &Table, size_t I>
 constexpr httpdHandler handlerOf() {
-  if constexpr (R.custom != nullptr) {
-    return R.custom;
+  if constexpr (Table[I].custom != nullptr) {
+    return Table[I].custom;
   } else {
-    return &routeHandler<R>;
+    return &routeHandler<Table, I>;
   }
 }
 
 template <const auto &Table, size_t... I>
 constexpr std::array<httpdHandler, sizeof...(I)> handlersOf(std::index_sequence<I...>) {
-  return {handlerOf<Table[I]>()...};
+  return {handlerOf<Table, I>()...};
 }
 
 void addRoutes(httpdTable *table, const char *dir, const Route *rows, const httpdHandler *handlers, size_t first,
