@@ -1,7 +1,22 @@
 // Our OpEN client: every operation of open_ops.def becomes a stub that sends
 // one JSON line over a Unix stream socket and reads one JSON line back.
+//
+// Every wait is bounded. A CGI process holds one of the web server's few CGI
+// slots, so a server that accepts and never answers must cost a request
+// seconds, not minutes:
+//   kConnectivityCheckTimeoutMs  each start-up check; seven of them plus the
+//                                six 3-second pauses stay near 20 seconds
+//   kCallTimeoutMs               any other call, from connect to the answer
+// A call that runs out of time fails with OPEN_E_RPC like any broken
+// connection. The connection is dropped, since a late answer would be taken
+// for the next call's, and the client does not ask that server again: an
+// aggregated route's hundreds of calls then fail at once instead of each
+// waiting out its time.
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -9,36 +24,55 @@
 #include <cstring>
 #include <memory>
 
+#include "open/call_codec.h"
 #include "open/openapi.h"
 #include "open/opdesc.h"
-#include "open/wire.h"
 
 namespace {
 
 constexpr const char *kDefaultSocket = "/tmp/opensim.sock";
-constexpr int kReplyTimeoutSecs = 30;
+constexpr int kConnectivityCheckTimeoutMs = 250;
+constexpr int kCallTimeoutMs = 5000;
+constexpr size_t kMaxReplyBytes = 64u << 20;
 
-struct JsonDelete {
-  void operator()(cJSON *json) const { cJSON_Delete(json); }
-};
 struct FreeText {
   void operator()(char *text) const { free(text); }
 };
-using Json = std::unique_ptr<cJSON, JsonDelete>;
 using Text = std::unique_ptr<char, FreeText>;
 
+enum class Io { Done, Failed, TimedOut };
+
+long long nowMs() {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return static_cast<long long>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+}
+
+// Waits until `fd` is ready for `events` or the deadline passes.
+Io waitFor(int fd, short events, long long deadlineMs) {
+  for (;;) {
+    long long left = deadlineMs - nowMs();
+    if (left <= 0) return Io::TimedOut;
+    pollfd p{fd, events, 0};
+    int ready = poll(&p, 1, static_cast<int>(left));
+    if (ready > 0) return Io::Done;
+    if (ready == 0) return Io::TimedOut;
+    if (errno != EINTR) return Io::Failed;
+  }
+}
+
+// Non-blocking from the start: a server whose backlog is full refuses at
+// once instead of holding the caller in connect().
 int connectServer() {
   const char *path = getenv("OPEN_RPC_SOCKET");
   if (path == nullptr || *path == '\0') path = kDefaultSocket;
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
-  if (strlen(path) >= sizeof address.sun_path) return -1;
-  strcpy(address.sun_path, path);
-  int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  size_t length = strnlen(path, sizeof address.sun_path);
+  if (length >= sizeof address.sun_path) return -1;
+  memcpy(address.sun_path, path, length);
+  int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   if (fd < 0) return -1;
-  // A hung server must not hold the web server's CGI slot for ever.
-  timeval timeout{kReplyTimeoutSecs, 0};
-  setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
   if (connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0) {
     close(fd);
     return -1;
@@ -46,72 +80,55 @@ int connectServer() {
   return fd;
 }
 
-bool sendAll(int fd, const char *data, size_t length) {
+Io sendAll(int fd, const char *data, size_t length, long long deadlineMs) {
   while (length > 0) {
     ssize_t sent = send(fd, data, length, MSG_NOSIGNAL);
+    if (sent > 0) {
+      data += sent;
+      length -= static_cast<size_t>(sent);
+      continue;
+    }
     if (sent < 0 && errno == EINTR) continue;
-    if (sent <= 0) return false;
-    data += sent;
-    length -= static_cast<size_t>(sent);
+    if (sent < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+      Io ready = waitFor(fd, POLLOUT, deadlineMs);
+      if (ready != Io::Done) return ready;
+      continue;
+    }
+    return Io::Failed;
   }
-  return true;
+  return Io::Done;
 }
 
-// Reads one answer line; the caller frees it. NULL when the connection failed.
-char *receiveLine(int fd) {
+// Reads one answer line into `*line` (the caller frees it).
+Io receiveLine(int fd, long long deadlineMs, char **line) {
   size_t capacity = 4096, length = 0;
-  char *line = static_cast<char *>(malloc(capacity));
-  while (line != nullptr) {
+  Text buffer(static_cast<char *>(malloc(capacity)));
+  while (buffer) {
     if (length + 1 == capacity) {
-      char *grown = static_cast<char *>(realloc(line, capacity * 2));
-      if (grown == nullptr) break;
-      line = grown;
+      if (capacity >= kMaxReplyBytes) return Io::Failed;
+      char *grown = static_cast<char *>(realloc(buffer.get(), capacity * 2));
+      if (grown == nullptr) return Io::Failed;
+      buffer.release();
+      buffer.reset(grown);
       capacity *= 2;
     }
-    ssize_t got = recv(fd, line + length, capacity - 1 - length, 0);
+    ssize_t got = recv(fd, buffer.get() + length, capacity - 1 - length, 0);
     if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) break;
-    char *newline = static_cast<char *>(memchr(line + length, '\n', static_cast<size_t>(got)));
+    if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+      Io ready = waitFor(fd, POLLIN, deadlineMs);
+      if (ready != Io::Done) return ready;
+      continue;
+    }
+    if (got <= 0) return Io::Failed;
+    char *newline = static_cast<char *>(memchr(buffer.get() + length, '\n', static_cast<size_t>(got)));
     length += static_cast<size_t>(got);
     if (newline != nullptr) {
       *newline = '\0';
-      return line;
+      *line = buffer.release();
+      return Io::Done;
     }
   }
-  free(line);
-  return nullptr;
-}
-
-void *argObject(const OpenArgDesc &arg, void *argAddress) {
-  return openArgByValue(arg) ? argAddress : *static_cast<void **>(argAddress);
-}
-
-char *encodeRequest(const OpenOpDesc &op, void *const argv[]) {
-  Json request(cJSON_CreateObject());
-  cJSON_AddStringToObject(request.get(), "op", op.name);
-  cJSON *args = cJSON_AddArrayToObject(request.get(), "args");
-  for (uint8_t i = 0; i < op.argCount; ++i) {
-    void *obj = argObject(op.args[i], argv[i]);
-    if (obj == nullptr) return nullptr;
-    cJSON_AddItemToArray(args, wireEncodeRequestArg(op.args[i], obj));
-  }
-  return cJSON_PrintUnformatted(request.get());
-}
-
-open_error_t decodeReply(const OpenOpDesc &op, void *const argv[], const char *line) {
-  Json reply(cJSON_ParseWithOpts(line, nullptr, 1));
-  const cJSON *rc = cJSON_GetObjectItemCaseSensitive(reply.get(), "rc");
-  int32_t result = 0;
-  if (wireDecodeInt(OPEN_TYPE_I32, rc, &result) != 0) return OPEN_E_INTERNAL;
-  const cJSON *outs = cJSON_GetObjectItemCaseSensitive(reply.get(), "out");
-  const cJSON *item = cJSON_IsArray(outs) ? outs->child : nullptr;
-  // A refusal may come without outputs; then the caller's outputs stay untouched.
-  for (uint8_t i = 0; i < op.argCount && item != nullptr; ++i) {
-    if (!openArgIsOutput(op.args[i])) continue;
-    if (wireDecodeReplyOut(op.args[i], item, argObject(op.args[i], argv[i])) != 0) return OPEN_E_INTERNAL;
-    item = item->next;
-  }
-  return static_cast<open_error_t>(result);
+  return Io::Failed;
 }
 
 void disconnect(openapiClientHandle_t *client) {
@@ -119,21 +136,34 @@ void disconnect(openapiClientHandle_t *client) {
   client->fd = -1;
 }
 
+// Sends `request` (its terminator already replaced by a newline) and reads
+// the answer line within the operation's time.
+Io exchange(openapiClientHandle_t *client, const char *request, size_t length, int timeoutMs, char **reply) {
+  long long deadline = nowMs() + timeoutMs;
+  if (client->fd < 0) client->fd = connectServer();
+  if (client->fd < 0) return Io::Failed;
+  Io sent = sendAll(client->fd, request, length, deadline);
+  return sent == Io::Done ? receiveLine(client->fd, deadline, reply) : sent;
+}
+
 open_error_t openRpcCall(openapiClientHandle_t *client, OpenOpId id, void *const argv[]) {
   if (client == nullptr) return OPEN_E_PARAM;
+  bool check = id == OPEN_OPID_openapiConnectivityCheck;
+  if (client->stalled && !check) return OPEN_E_RPC;
   const OpenOpDesc &op = kOpenOps[id];
-  Text request(encodeRequest(op, argv));
-  if (request.get() == nullptr) return OPEN_E_PARAM;
-  if (client->fd < 0) client->fd = connectServer();
-  if (client->fd < 0) return OPEN_E_RPC;
+  Text request(openEncodeRequest(op, argv));
+  if (!request) return OPEN_E_PARAM;
   size_t length = strlen(request.get());
   request.get()[length] = '\n';  // replaces the terminator; the length is kept apart
-  Text reply(sendAll(client->fd, request.get(), length + 1) ? receiveLine(client->fd) : nullptr);
-  if (reply.get() == nullptr) {
+  char *line = nullptr;
+  Io done = exchange(client, request.get(), length + 1, check ? kConnectivityCheckTimeoutMs : kCallTimeoutMs, &line);
+  Text reply(line);
+  if (done != Io::Done) {
     disconnect(client);
+    if (done == Io::TimedOut && !check) client->stalled = 1;
     return OPEN_E_RPC;
   }
-  return decodeReply(op, argv, reply.get());
+  return static_cast<open_error_t>(openDecodeReply(op, argv, reply.get()));
 }
 
 }  // namespace

@@ -10,7 +10,13 @@
 extern "C" {
 #endif
 
+// A fixed underlying type: every 32-bit result that crosses the wire is a
+// valid value, including those this list does not name.
+#ifdef __cplusplus
+typedef enum : int32_t {
+#else
 typedef enum {
+#endif
   OPEN_E_NONE = 0,
   OPEN_E_RPC = -1,       // the RPC transport failed
   OPEN_E_INTERNAL = -2,  // the RPC answer could not be understood
@@ -48,6 +54,7 @@ typedef struct {
 typedef struct {
   char clientName[100];
   int fd;  // connection to the OpEN server, -1 until the first call
+  int stalled;  // a call timed out: the server is not asked again by this client
 } openapiClientHandle_t;
 
 // The argument types, generated from open_types.def and open_records.def.

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstring>
 
 #include "log/log.h"
 
@@ -28,7 +29,9 @@ void logVersions(openapiClientHandle_t *handle) {
   char version[100] = {0};
   open_buffdesc desc = {sizeof version, version};
   if (rpcclt_openapiNetworkOSVersionGet(handle, &desc) == OPEN_E_NONE) {
-    logWrite(LOG_LEVEL_DEBUG, "[%s:%d] ICOS Version = %s\n", "initHandler", __LINE__, version);
+    // OpEN may fill the whole buffer without a terminator.
+    logWrite(LOG_LEVEL_DEBUG, "[%s:%d] ICOS Version = %.*s\n", "initHandler", __LINE__,
+             static_cast<int>(strnlen(version, sizeof version)), version);
   } else {
     logWrite(LOG_LEVEL_ERROR, "[%s:%d] Network OS Version retrieve error\n", "initHandler", __LINE__);
   }
