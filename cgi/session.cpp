@@ -1,10 +1,13 @@
 #include "cgi/session.h"
 
+#include <fcntl.h>
 #include <limits.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <sys/sysinfo.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -32,6 +35,8 @@ constexpr size_t kLineSize = 200;
 constexpr size_t kPrivilegeSize = 16;
 constexpr size_t kRewriteSize = 256;
 constexpr const char *kAdminLine = "admin\n";
+constexpr int kLockWaitMs = 3000;
+constexpr int kLockRetryMs = 10;
 
 struct FileCloser {
   void operator()(FILE *file) const { fclose(file); }
@@ -61,6 +66,30 @@ const char *sessionFilePath(const char *id, char *path, char *rooted, size_t roo
   memcpy(path, kSessionDir, kSessionDirLen);
   memcpy(path + kSessionDirLen, id, strlen(id) + 1);
   return rootedPath(path, rooted, rootedSize);
+}
+
+// Only a regular file is a session. Anything else is refused without
+// blocking: opening a FIFO for reading would wait for a writer for ever.
+FILE *openSessionFile(const char *path) {
+  if (path == nullptr) return nullptr;
+  int fd = open(path, O_RDWR | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0) return nullptr;
+  struct stat info;
+  FILE *file = nullptr;
+  if (fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && fcntl(fd, F_SETFL, 0) == 0) file = fdopen(fd, "r+");
+  if (file == nullptr) close(fd);
+  return file;
+}
+
+// The login page holds the lock only for a moment; a holder that never lets
+// go must not hold the web server's CGI slot with it.
+bool lockSessionFile(FILE *file) {
+  for (int waited = 0;; waited += kLockRetryMs) {
+    if (flock(fileno(file), LOCK_EX | LOCK_NB) == 0) return true;
+    if (errno != EWOULDBLOCK && errno != EINTR) return false;
+    if (waited >= kLockWaitMs) return false;
+    usleep(kLockRetryMs * 1000);
+  }
 }
 
 void readLine(char *buf, size_t size, FILE *file) {
@@ -127,12 +156,12 @@ int checkSessionX(const char *sessionId, const char *refresh, const httpdRouteEn
   char path[kSessionPathSize];
   char rooted[PATH_MAX];
   const char *filePath = sessionFilePath(sessionId, path, rooted, sizeof rooted);
-  FilePtr file(filePath != nullptr ? fopen(filePath, "r+") : nullptr);
+  FilePtr file(openSessionFile(filePath));
   if (!file) {
     LOG_DEBUG("%s file not exsits, ignore\n", filePath != nullptr ? filePath : path);
     return -1;
   }
-  if (flock(fileno(file.get()), LOCK_EX) != 0) {
+  if (!lockSessionFile(file.get())) {
     LOG_ERROR("File lock failed\n");
     return -1;
   }

@@ -12,7 +12,7 @@ int32_t cliShowExecuteToFile(openapiClientHandle_t *client, const char *command,
     return RC_INVALID_ARGUMENT;
   }
   char commandText[255];
-  char fileText[96];
+  char fileText[kCliShowFileNameSize];
   snprintf(commandText, sizeof commandText, "%s", command);
   snprintf(fileText, sizeof fileText, "%s", fileName);
   remove(fileText);  // the command appends; a stale file must not answer for it

@@ -62,6 +62,9 @@ void macAddrGet() {
   snprintf(name, sizeof name, "/mnt/application/vexo/tmp/instru_nos_%d", static_cast<int>(getpid()));
   char rooted[512];
   const char *path = rootedPath(name, rooted, sizeof rooted);
+  // A name that the command runner would cut names another file, which
+  // would be written and never removed.
+  if (path != nullptr && !cliShowFileNameFits(path)) path = nullptr;
   char mac[32];
   int32_t code = path ? burnedInMac(path, mac) : RC_GENERAL_FAILED;
   if (path) remove(path);

@@ -166,7 +166,8 @@ std::string SwitchTest::login(const std::string &user, const std::string &privil
 }
 
 ProcessResult SwitchTest::cgi(const CgiRequest &request) {
-  std::vector<std::string> env = {"MONITORING_ROOT=" + root_, "OPEN_RPC_SOCKET=" + socket_,
+  std::vector<std::string> env = {"MONITORING_ROOT=" + (request.root.empty() ? root_ : request.root),
+                                  "OPEN_RPC_SOCKET=" + (request.socket.empty() ? socket_ : request.socket),
                                   "REQUEST_URI=" + request.uri, "QUERY_STRING=" + queryOf(request.uri)};
   if (!request.method.empty()) env.push_back("REQUEST_METHOD=" + request.method);
   if (request.session) env.push_back(std::string("HTTP_SESSION=") + request.session);

@@ -20,6 +20,8 @@ struct CgiRequest {
   const char *session = nullptr;  // HTTP_SESSION; nullptr leaves it unset
   const char *refresh = nullptr;  // HTTP_REFRESH
   const char *contentLength = nullptr;  // overrides the body's length
+  std::string root;    // MONITORING_ROOT; the test's sandbox when empty
+  std::string socket;  // OPEN_RPC_SOCKET; the test's simulator when empty
 };
 
 // One route answered from a scripted OpEN answer.

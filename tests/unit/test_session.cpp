@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 #include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
@@ -118,6 +121,25 @@ TEST_F(SessionTest, MissingSessionFileIsRefused) {
   EXPECT_EQ(checkSessionX("nobody", nullptr, &entry), -1);
   EXPECT_NE(box.logText().find("] " + box.sessionPath("nobody") + " file not exsits, ignore\n"), std::string::npos)
       << box.logText();
+}
+
+// A session name that is not a regular file is refused as a missing session,
+// at once: the check runs in a child that an alarm ends if it blocks.
+TEST_F(SessionTest, NamesThatAreNotRegularFilesAreRefusedWithoutBlocking) {
+  ASSERT_EQ(mkfifo(box.sessionPath("fifo").c_str(), 0600), 0);
+  ASSERT_EQ(mkdir(box.sessionPath("dir").c_str(), 0755), 0);
+  ASSERT_EQ(symlink("/dev/zero", box.sessionPath("device").c_str()), 0);
+  for (const char *id : {"fifo", "dir", "device"}) {
+    pid_t child = fork();
+    if (child == 0) {
+      alarm(2);
+      httpdRouteEntry entry = route(HTTPD_GET, 1);
+      _exit(checkSessionX(id, nullptr, &entry) == -1 ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << id << ": status " << status;
+  }
 }
 
 TEST_F(SessionTest, IdentifiersThatLeaveTheSessionDirectoryAreRefused) {
