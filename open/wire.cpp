@@ -169,11 +169,17 @@ void giveStorage(open_buffdesc *desc, size_t size, OpenStorage &storage) {
   desc->size = static_cast<uint32_t>(size);
 }
 
+// Every copy of received bytes goes through here: memcpy wants valid
+// pointers even for no bytes, and an empty vector's data() may be null.
+void copyBytes(char *to, const std::vector<char> &bytes, size_t count) {
+  if (count > 0) memcpy(to, bytes.data(), count);
+}
+
 // Copies bytes into a buffer that has storage already: the caller's own on
-// the client, never past the size it described.
+// the client, never past the size it described (a buffer may claim a size
+// without any storage).
 void fillWithin(open_buffdesc *desc, const std::vector<char> &bytes) {
-  size_t copied = bytes.size() < desc->size ? bytes.size() : desc->size;
-  if (copied > 0 && desc->pstart != nullptr) memcpy(desc->pstart, bytes.data(), copied);
+  if (desc->pstart != nullptr) copyBytes(desc->pstart, bytes, bytes.size() < desc->size ? bytes.size() : desc->size);
 }
 
 cJSON *bufferToWire(const OpenTypeInfo &, const void *obj, bool content) {
@@ -201,7 +207,7 @@ int bufferFromWire(const OpenTypeInfo &, const cJSON *json, void *obj, bool cont
   }
   if (bytes.size() > size) return -1;
   giveStorage(desc, size, *storage);
-  if (!bytes.empty()) memcpy(desc->pstart, bytes.data(), bytes.size());
+  copyBytes(desc->pstart, bytes, bytes.size());
   return 0;
 }
 
@@ -249,7 +255,7 @@ int bufferFromScript(const OpenTypeInfo &type, const cJSON *json, void *obj, Ope
     bytes.assign(json->valuestring, json->valuestring + length + 1);
   }
   giveStorage(desc, bytes.size(), *storage);
-  if (!bytes.empty()) memcpy(desc->pstart, bytes.data(), bytes.size());
+  copyBytes(desc->pstart, bytes, bytes.size());
   return 0;
 }
 

@@ -99,6 +99,38 @@ TEST(WireTest, ReplyNeverWritesPastTheCallersBuffer) {
   EXPECT_EQ(desc.size, 4u);
 }
 
+// An empty buffer may have no storage at all; no path may hand its null
+// pointer to memcpy (the sanitized build stops on that).
+TEST(WireTest, EmptyBuffersWithoutStorageTravelEveryPath) {
+  const struct {
+    OpenType type;
+    const char *empty;  // the human form of no content
+  } cases[] = {{OPEN_TYPE_TXT, R"("")"}, {OPEN_TYPE_BIN, R"("")"}, {OPEN_TYPE_W64, "[]"}};
+  for (const auto &c : cases) {
+    SCOPED_TRACE(openTypeInfo(c.type).name);
+    OpenArgDesc in{OpenDir::In, c.type, "b"}, out{OpenDir::Out, c.type, "b"};
+    open_buffdesc none = {0, nullptr};
+    EXPECT_EQ(print(wireRenderArg(in, &none)), c.empty);
+    std::string request = print(wireEncodeRequestArg(in, &none));
+    EXPECT_EQ(request, R"({"size":0,"hex":""})");
+    OpenSlot slot;
+    JsonDoc sent(request.c_str());
+    ASSERT_EQ(wireDecodeRequestArg(in, sent.json, slot), 0);
+    EXPECT_EQ(slot.as<open_buffdesc *>(in)->size, 0u);
+    EXPECT_EQ(print(wireEncodeReplyOut(out, slot.object(out))), request);
+    for (const char *reply : {R"({"size":0,"hex":""})", R"({"size":2,"hex":"4142"})"}) {
+      JsonDoc answer(reply);
+      open_buffdesc claimed = {4, nullptr};  // a size without storage: nothing to write into
+      ASSERT_EQ(wireDecodeReplyOut(out, answer.json, &none), 0) << reply;
+      ASSERT_EQ(wireDecodeReplyOut(out, answer.json, &claimed), 0) << reply;
+      EXPECT_EQ(none.size, 0u);
+    }
+    JsonDoc scripted(c.empty);
+    ASSERT_EQ(wireDecodeScriptedOut(out, scripted.json, slot), 0);
+    EXPECT_EQ(print(wireRenderArg(out, slot.object(out))), c.empty);
+  }
+}
+
 TEST(WireTest, AddressesTravelAsFamilyAndText) {
   const struct {
     const char *json;
