@@ -182,7 +182,7 @@ cJSON *readJsonFile(const std::string &path, std::string &error) {
     return nullptr;
   }
   const char *end = nullptr;
-  cJSON *json = cJSON_ParseWithOpts(text.c_str(), &end, 1);
+  cJSON *json = wireParseJson(text.c_str(), &end);
   if (json == nullptr) {
     size_t at = end != nullptr && end >= text.c_str() ? static_cast<size_t>(end - text.c_str()) : 0;
     error = path + ": not valid JSON (at byte " + std::to_string(at) + ")";

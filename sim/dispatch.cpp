@@ -82,7 +82,7 @@ const OpenOpDesc *findOperation(const char *opName, std::string &error) {
 }  // namespace
 
 std::string SimDispatcher::call(const char *requestLine) {
-  Json request(cJSON_ParseWithOpts(requestLine, nullptr, 1));
+  Json request(wireParseJson(requestLine));
   const cJSON *name = cJSON_GetObjectItemCaseSensitive(request.get(), "op");
   const cJSON *args = cJSON_GetObjectItemCaseSensitive(request.get(), "args");
   const OpenOpDesc *op = cJSON_IsString(name) ? openOpFind(name->valuestring) : nullptr;

@@ -127,6 +127,51 @@ TEST_F(SimServerTest, ConcurrentSavesLeaveTheStateFileWholeAtEveryMoment) {
   EXPECT_EQ(entries(), std::vector<std::string>{"state.json"}) << "no temporary file is left behind";
 }
 
+// What the daemon reads from a file or a control line: every integer exactly
+// as written, or refused.
+TEST_F(SimServerTest, StateFilesAndScriptsTakeIntegersExactlyAsWritten) {
+  const struct {
+    const char *written;
+    const char *taken;  // nullptr: refused
+  } cases[] = {
+      {"18446744073709549568", "18446744073709549568"},  // a double holds it
+      {R"("18446744073709551615")", "18446744073709551615"},
+      {"9007199254740992", "9007199254740992"},
+      {"9007199254740993", nullptr},  // a double rounds it
+      {"18446744073709551615", nullptr},
+      {R"(" 5")", nullptr},
+      {R"("+5")", nullptr},
+      {"5.0", nullptr},
+      {"5e0", nullptr},
+  };
+  std::string path = std::string(dir) + "/state.json";
+  SimServer server(dispatcher, "");
+  for (const auto &c : cases) {
+    SCOPED_TRACE(c.written);
+    JsonPtr state(dev.toJson());
+    cJSON *counters = cJSON_GetObjectItemCaseSensitive(cJSON_GetArrayItem(cJSON_GetObjectItem(state.get(), "counters"), 0), "values");
+    cJSON_ReplaceItemInArray(counters, ctr_rx_64, cJSON_CreateString("@"));
+    std::string text = CText(cJSON_Print(state.get())).get();
+    text.replace(text.find("\"@\""), 3, c.written);
+    FILE *file = fopen(path.c_str(), "w");
+    ASSERT_NE(file, nullptr);
+    fputs(text.c_str(), file);
+    fclose(file);
+    std::string error;
+    EXPECT_EQ(loadStateFile(dispatcher, path, error) == 0, c.taken != nullptr) << error;
+    if (c.taken) {
+      EXPECT_NE(dumped().find(std::string(",\"") + c.taken + "\","), std::string::npos);
+    }
+
+    std::string stub = R"({"ctl":"stub","op":"openapiStatGet","count":1,"answer":{"rc":0,"out":[)";
+    EXPECT_EQ(outcome(server, stub + c.written + "]}}") == "ok", c.taken != nullptr);
+    if (c.taken) {
+      EXPECT_EQ(server.answer(R"({"op":"openapiStatGet","args":["2","5",null]})"),
+                std::string(R"({"rc":0,"out":[")") + c.taken + "\"]}");
+    }
+  }
+}
+
 TEST_F(SimServerTest, ResetRestoresTheDefaultSwitch) {
   SimServer server(dispatcher, "");
   std::string pristine = dumped();
