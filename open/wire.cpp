@@ -2,12 +2,13 @@
 
 #include <arpa/inet.h>
 
-#include <cerrno>
+#include <charconv>
 #include <cinttypes>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 
 namespace {
@@ -55,53 +56,68 @@ void formatInt(const OpenTypeInfo &type, uint64_t value, char *text, size_t size
   }
 }
 
-bool inRange(const OpenTypeInfo &type, int64_t sval, uint64_t uval, bool negative) {
+bool fits(const OpenTypeInfo &type, int64_t value) {
   unsigned bits = 8 * type.size;
-  if (type.isSigned) {
-    if (bits == 64) return true;
-    int64_t limit = int64_t{1} << (bits - 1);
-    return sval >= -limit && sval < limit;
-  }
-  return !negative && (bits == 64 || uval < (uint64_t{1} << bits));
+  int64_t limit = bits < 64 ? int64_t{1} << (bits - 1) : 0;
+  return bits == 64 || (value >= -limit && value < limit);
 }
 
-int parseIntText(const OpenTypeInfo &type, const char *text, uint64_t *value) {
-  if (*text == '\0' || (!type.isSigned && *text == '-')) return -1;
-  char *end = nullptr;
-  errno = 0;
-  bool negative = *text == '-';
-  int64_t sval = 0;
-  uint64_t uval = 0;
-  if (negative) {
-    sval = strtoll(text, &end, 10);
-    uval = static_cast<uint64_t>(sval);
-  } else {
-    uval = strtoull(text, &end, 10);
-    sval = static_cast<int64_t>(uval);
-    if (type.isSigned && uval > INT64_MAX) return -1;
-  }
-  if (errno != 0 || *end != '\0' || !inRange(type, sval, uval, negative)) return -1;
-  *value = uval;
+bool fits(const OpenTypeInfo &type, uint64_t value) {
+  unsigned bits = 8 * type.size;
+  return bits == 64 || value < (uint64_t{1} << bits);
+}
+
+// from_chars takes no spaces and no '+', and a '-' only into a signed type.
+template <typename T>
+int parseDigits(const OpenTypeInfo &type, std::string_view text, uint64_t *value) {
+  T number = 0;
+  auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc{} || end != text.data() + text.size() || !fits(type, number)) return -1;
+  *value = static_cast<uint64_t>(number);
   return 0;
 }
 
-int parseIntNumber(const OpenTypeInfo &type, double number, uint64_t *value) {
-  if (!std::isfinite(number) || number != std::floor(number)) return -1;
-  // A double holds integers exactly only up to 2^53; larger ones must come as text.
-  if (std::fabs(number) > 9007199254740992.0) return -1;
-  bool negative = number < 0;
-  int64_t sval = static_cast<int64_t>(number);
-  uint64_t uval = static_cast<uint64_t>(sval);
-  if (!inRange(type, sval, uval, negative)) return -1;
-  *value = uval;
+int parseDecimal(const OpenTypeInfo &type, std::string_view text, uint64_t *value) {
+  return type.isSigned ? parseDigits<int64_t>(type, text, value) : parseDigits<uint64_t>(type, text, value);
+}
+
+// A double holds the value exactly: it converts there and back unchanged.
+bool doubleHolds(const OpenTypeInfo &type, uint64_t value) {
+  constexpr double kTwoTo63 = 9223372036854775808.0;
+  if (type.isSigned) {
+    double near = static_cast<double>(static_cast<int64_t>(value));
+    return near < kTwoTo63 && static_cast<int64_t>(near) == static_cast<int64_t>(value);
+  }
+  double near = static_cast<double>(value);
+  return near < 2 * kTwoTo63 && static_cast<uint64_t>(near) == value;
+}
+
+// Without its digits a number is only its double, which from 2^53 on may be
+// the rounded neighbour of what was written.
+int parseBareDouble(const OpenTypeInfo &type, double number, uint64_t *value) {
+  constexpr double kTwoTo53 = 9007199254740992.0;
+  if (!(std::fabs(number) < kTwoTo53) || number != std::trunc(number)) return -1;
+  int64_t whole = static_cast<int64_t>(number);
+  bool fitting = type.isSigned ? fits(type, whole) : whole >= 0 && fits(type, static_cast<uint64_t>(whole));
+  if (!fitting) return -1;
+  *value = static_cast<uint64_t>(whole);
+  return 0;
+}
+
+// A number with its digits: the same plain digits as decimal text, and a
+// value that a double holds, since other JSON readers keep numbers as
+// doubles and would read a different value. Larger values come as text.
+int parseNumber(const OpenTypeInfo &type, const cJSON *json, uint64_t *value) {
+  if (json->valuestring == nullptr) return parseBareDouble(type, json->valuedouble, value);
+  if (parseDecimal(type, json->valuestring, value) != 0 || !doubleHolds(type, *value)) return -1;
   return 0;
 }
 
 int decodeInt(const OpenTypeInfo &type, const cJSON *json, void *obj) {
   uint64_t value = 0;
   int rc = -1;
-  if (cJSON_IsString(json)) rc = parseIntText(type, json->valuestring, &value);
-  if (cJSON_IsNumber(json)) rc = parseIntNumber(type, json->valuedouble, &value);
+  if (cJSON_IsString(json)) rc = parseDecimal(type, json->valuestring, &value);
+  if (cJSON_IsNumber(json)) rc = parseNumber(type, json, &value);
   if (rc == 0) writeInt(type, obj, value);
   return rc;
 }
@@ -148,15 +164,20 @@ int hexNibble(char c) {
   return -1;
 }
 
+int hexOctet(char high, char low) {
+  int h = hexNibble(high), l = hexNibble(low);
+  return h < 0 || l < 0 ? -1 : h << 4 | l;
+}
+
 // Decodes hex text into `out`; -1 when it is not an even run of hex digits.
 int unhex(const char *text, std::vector<char> &out) {
   size_t length = strlen(text);
   if (length % 2 != 0 || length / 2 > kWireMaxBuffer) return -1;
   out.resize(length / 2);
   for (size_t i = 0; i < out.size(); ++i) {
-    int high = hexNibble(text[2 * i]), low = hexNibble(text[2 * i + 1]);
-    if (high < 0 || low < 0) return -1;
-    out[i] = static_cast<char>(high << 4 | low);
+    int octet = hexOctet(text[2 * i], text[2 * i + 1]);
+    if (octet < 0) return -1;
+    out[i] = static_cast<char>(octet);
   }
   return 0;
 }
@@ -169,11 +190,17 @@ void giveStorage(open_buffdesc *desc, size_t size, OpenStorage &storage) {
   desc->size = static_cast<uint32_t>(size);
 }
 
+// Every copy of received bytes goes through here: memcpy wants valid
+// pointers even for no bytes, and an empty vector's data() may be null.
+void copyBytes(char *to, const std::vector<char> &bytes, size_t count) {
+  if (count > 0) memcpy(to, bytes.data(), count);
+}
+
 // Copies bytes into a buffer that has storage already: the caller's own on
-// the client, never past the size it described.
+// the client, never past the size it described (a buffer may claim a size
+// without any storage).
 void fillWithin(open_buffdesc *desc, const std::vector<char> &bytes) {
-  size_t copied = bytes.size() < desc->size ? bytes.size() : desc->size;
-  if (copied > 0 && desc->pstart != nullptr) memcpy(desc->pstart, bytes.data(), copied);
+  if (desc->pstart != nullptr) copyBytes(desc->pstart, bytes, bytes.size() < desc->size ? bytes.size() : desc->size);
 }
 
 cJSON *bufferToWire(const OpenTypeInfo &, const void *obj, bool content) {
@@ -201,7 +228,7 @@ int bufferFromWire(const OpenTypeInfo &, const cJSON *json, void *obj, bool cont
   }
   if (bytes.size() > size) return -1;
   giveStorage(desc, size, *storage);
-  if (!bytes.empty()) memcpy(desc->pstart, bytes.data(), bytes.size());
+  copyBytes(desc->pstart, bytes, bytes.size());
   return 0;
 }
 
@@ -249,7 +276,7 @@ int bufferFromScript(const OpenTypeInfo &type, const cJSON *json, void *obj, Ope
     bytes.assign(json->valuestring, json->valuestring + length + 1);
   }
   giveStorage(desc, bytes.size(), *storage);
-  if (!bytes.empty()) memcpy(desc->pstart, bytes.data(), bytes.size());
+  copyBytes(desc->pstart, bytes, bytes.size());
   return 0;
 }
 
@@ -410,6 +437,59 @@ const OpenCodec &codecOf(OpenKind kind) {
 
 const OpenCodec &codecOf(const OpenArgDesc &arg) { return codecOf(openTypeInfo(arg.type).kind); }
 
+// ---- The digits of JSON numbers ----
+
+bool isNumberChar(char c) { return (c >= '0' && c <= '9') || c == '-' || c == '+' || c == '.' || c == 'e' || c == 'E'; }
+
+size_t pastString(std::string_view text, size_t at) {
+  while (at < text.size() && text[at] != '"') at += text[at] == '\\' ? 2 : 1;
+  return at + 1;
+}
+
+// The numbers of a text that cJSON accepted, in document order: outside
+// strings a number is the only token that starts with '-' or a digit.
+std::vector<std::string_view> numberTokens(std::string_view text) {
+  std::vector<std::string_view> tokens;
+  size_t at = 0;
+  while (at < text.size()) {
+    if (text[at] == '"') {
+      at = pastString(text, at + 1);
+    } else if (text[at] == '-' || (text[at] >= '0' && text[at] <= '9')) {
+      size_t start = at;
+      while (at < text.size() && isNumberChar(text[at])) ++at;
+      tokens.push_back(text.substr(start, at - start));
+    } else {
+      ++at;
+    }
+  }
+  return tokens;
+}
+
+// Every number item in document order, as cJSON builds the tree.
+void numbersIn(cJSON *item, std::vector<cJSON *> &numbers) {
+  for (; item != nullptr; item = item->next) {
+    if (cJSON_IsNumber(item)) numbers.push_back(item);
+    numbersIn(item->child, numbers);
+  }
+}
+
+// Gives each number its digits in `valuestring`, which cJSON_Delete frees
+// for any item; numbers keep their type and double. Should the two walks
+// ever disagree, no number gets digits and all are read from their doubles.
+void keepDigits(cJSON *json, std::string_view text) {
+  std::vector<std::string_view> tokens = numberTokens(text);
+  std::vector<cJSON *> numbers;
+  numbersIn(json, numbers);
+  if (tokens.size() != numbers.size()) return;
+  for (size_t i = 0; i < numbers.size(); ++i) {
+    char *digits = static_cast<char *>(cJSON_malloc(tokens[i].size() + 1));
+    if (digits == nullptr) continue;
+    memcpy(digits, tokens[i].data(), tokens[i].size());
+    digits[tokens[i].size()] = '\0';
+    numbers[i]->valuestring = digits;
+  }
+}
+
 void sizeSlot(const OpenArgDesc &arg, OpenSlot &slot) {
   slot.buffers.clear();
   slot.value.assign((openTypeInfo(arg.type).size + 7) / 8, 0);
@@ -445,4 +525,43 @@ cJSON *wireRenderArg(const OpenArgDesc &arg, const void *obj) {
 int wireDecodeScriptedOut(const OpenArgDesc &arg, const cJSON *json, OpenSlot &slot) {
   sizeSlot(arg, slot);
   return codecOf(arg).fromScript(openTypeInfo(arg.type), json, slot.object(arg), &slot.buffers);
+}
+
+int wireParseDecimal(OpenType type, std::string_view text, void *obj) {
+  uint64_t value = 0;
+  if (parseDecimal(openTypeInfo(type), text, &value) != 0) return -1;
+  writeInt(openTypeInfo(type), obj, value);
+  return 0;
+}
+
+int wireHexOctet(char high, char low) { return hexOctet(high, low); }
+
+bool wireParseMac(std::string_view text, std::array<uint8_t, 6> &mac) {
+  constexpr size_t kLength = 6 * 3 - 1;
+  if (text.size() != kLength) return false;
+  for (size_t i = 0; i < mac.size(); ++i) {
+    int octet = hexOctet(text[3 * i], text[3 * i + 1]);
+    if (octet < 0 || (3 * i + 2 < kLength && text[3 * i + 2] != ':')) return false;
+    mac[i] = static_cast<uint8_t>(octet);
+  }
+  return true;
+}
+
+cJSON *wireParseJson(const char *text, const char **end) {
+  const char *stop = nullptr;
+  cJSON *json = cJSON_ParseWithOpts(text, &stop, 1);
+  if (end != nullptr) *end = stop;
+  if (json != nullptr) keepDigits(json, std::string_view(text, static_cast<size_t>(stop - text)));
+  return json;
+}
+
+char *wirePrintLine(const cJSON *json) {
+  std::unique_ptr<cJSON, decltype(&cJSON_Delete)> copy(cJSON_Duplicate(json, 1), cJSON_Delete);
+  std::vector<cJSON *> numbers;
+  numbersIn(copy.get(), numbers);
+  // A raw item prints its text as it is: the number's own digits.
+  for (cJSON *number : numbers) {
+    if (number->valuestring != nullptr) number->type = cJSON_Raw | (number->type & ~0xFF);
+  }
+  return cJSON_PrintUnformatted(copy.get());
 }

@@ -1,10 +1,13 @@
 #include "sim/control.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <mutex>
 
 #include "open/wire.h"
 #include "sim/device.h"
@@ -95,8 +98,47 @@ std::string reset(SimDispatcher &dispatcher) {
   return success();
 }
 
-bool writeAll(FILE *file, const std::string &text) {
-  return fwrite(text.data(), 1, text.size(), file) == text.size() && fflush(file) == 0 && fsync(fileno(file)) == 0;
+// Saves run one at a time, so that the file ends with the latest state
+// rather than with whichever snapshot happened to finish writing last.
+std::mutex gSaveMutex;
+
+bool writeAll(int fd, const char *data, size_t size) {
+  for (size_t done = 0; done < size;) {
+    ssize_t wrote = write(fd, data + done, size - done);
+    if (wrote < 0 && errno == EINTR) continue;
+    if (wrote <= 0) return false;
+    done += static_cast<size_t>(wrote);
+  }
+  return true;
+}
+
+// A temporary file of its own beside `path`: a rename within one directory
+// replaces the state file in one step.
+int createBeside(const std::string &path, std::string &temp) {
+  temp = path + ".XXXXXX";
+  int fd = mkstemp(temp.data());
+  // mkstemp's 0600 would hide the state from the other users who read it.
+  if (fd >= 0) fchmod(fd, 0644);
+  return fd;
+}
+
+// The text and its newline on disk, then the file closed; false with errno.
+bool writeAndClose(int fd, const char *text) {
+  bool written = writeAll(fd, text, strlen(text)) && writeAll(fd, "\n", 1) && fsync(fd) == 0;
+  int savedErrno = errno;
+  if (close(fd) != 0 && written) return false;
+  errno = savedErrno;
+  return written;
+}
+
+// The rename itself outlives a power cut only once the directory is on disk.
+void syncDirectoryOf(const std::string &path) {
+  size_t slash = path.rfind('/');
+  std::string directory = slash == std::string::npos ? "." : path.substr(0, slash == 0 ? 1 : slash);
+  int fd = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) return;
+  fsync(fd);
+  close(fd);
 }
 
 }  // namespace
@@ -140,7 +182,7 @@ cJSON *readJsonFile(const std::string &path, std::string &error) {
     return nullptr;
   }
   const char *end = nullptr;
-  cJSON *json = cJSON_ParseWithOpts(text.c_str(), &end, 1);
+  cJSON *json = wireParseJson(text.c_str(), &end);
   if (json == nullptr) {
     size_t at = end != nullptr && end >= text.c_str() ? static_cast<size_t>(end - text.c_str()) : 0;
     error = path + ": not valid JSON (at byte " + std::to_string(at) + ")";
@@ -158,25 +200,24 @@ int loadStateFile(SimDispatcher &dispatcher, const std::string &path, std::strin
 }
 
 int saveStateFile(SimDispatcher &dispatcher, const std::string &path, std::string &error) {
+  std::lock_guard<std::mutex> lock(gSaveMutex);
   JsonPtr state(dispatcher.withSwitch([](SimDevice &sw) { return sw.toJson(); }));
   CText text(cJSON_Print(state.get()));
-  std::string temp = path + ".tmp." + std::to_string(getpid());
-  FILE *file = fopen(temp.c_str(), "w");
-  if (file == nullptr || text == nullptr) {
-    error = "cannot write " + temp + ": " + strerror(errno);
-    if (file != nullptr) fclose(file);
+  if (text == nullptr) {
+    error = "cannot print the state for " + path;
     return -1;
   }
-  bool written = writeAll(file, std::string(text.get()) + "\n");
-  int savedErrno = errno;
-  if (fclose(file) != 0 && written) {
-    written = false;
-    savedErrno = errno;
+  std::string temp;
+  int fd = createBeside(path, temp);
+  if (fd < 0) {
+    error = "cannot create a temporary file beside " + path + ": " + strerror(errno);
+    return -1;
   }
-  if (!written || rename(temp.c_str(), path.c_str()) != 0) {
-    error = "cannot write " + path + ": " + strerror(written ? errno : savedErrno);
+  if (!writeAndClose(fd, text.get()) || rename(temp.c_str(), path.c_str()) != 0) {
+    error = "cannot write " + path + ": " + strerror(errno);
     unlink(temp.c_str());
     return -1;
   }
+  syncDirectoryOf(path);
   return 0;
 }

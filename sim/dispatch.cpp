@@ -58,6 +58,21 @@ cJSON *encodeOutputs(const OpenOpDesc &op, OpenSlot *slots) {
   return outs;
 }
 
+// A long text keeps its first bytes (never half a UTF-8 character) and
+// says how long it was, so that a megabyte argument costs the log a line.
+void cutLongTexts(cJSON *json) {
+  if (cJSON_IsString(json)) {
+    size_t length = strlen(json->valuestring);
+    if (length <= SimDispatcher::kCallLogTextLimit) return;
+    size_t keep = SimDispatcher::kCallLogTextLimit;
+    while (keep > 0 && (static_cast<unsigned char>(json->valuestring[keep]) & 0xC0) == 0x80) --keep;
+    std::string cut = std::string(json->valuestring, keep) + "[cut, " + std::to_string(length) + " bytes in all]";
+    cJSON_SetValuestring(json, cut.c_str());
+    return;
+  }
+  for (cJSON *child = json->child; child != nullptr; child = child->next) cutLongTexts(child);
+}
+
 const OpenOpDesc *findOperation(const char *opName, std::string &error) {
   const OpenOpDesc *op = openOpFind(opName);
   if (op == nullptr) error = std::string("unknown operation: ") + opName;
@@ -67,7 +82,7 @@ const OpenOpDesc *findOperation(const char *opName, std::string &error) {
 }  // namespace
 
 std::string SimDispatcher::call(const char *requestLine) {
-  Json request(cJSON_ParseWithOpts(requestLine, nullptr, 1));
+  Json request(wireParseJson(requestLine));
   const cJSON *name = cJSON_GetObjectItemCaseSensitive(request.get(), "op");
   const cJSON *args = cJSON_GetObjectItemCaseSensitive(request.get(), "args");
   const OpenOpDesc *op = cJSON_IsString(name) ? openOpFind(name->valuestring) : nullptr;
@@ -117,8 +132,13 @@ void SimDispatcher::logCall(const char *opName, cJSON *logIn, int rc) {
   cJSON_AddStringToObject(entry.get(), "op", opName);
   cJSON_AddItemToObject(entry.get(), "in", logIn);
   cJSON_AddNumberToObject(entry.get(), "rc", rc);
-  callLog_.push_back(printed(entry.get()));
-  if (callLog_.size() > kCallLogLimit) callLog_.pop_front();
+  cutLongTexts(logIn);
+  callLog_.push_back(printed(entry.get()) + "\n");
+  callLogBytes_ += callLog_.back().size();
+  while (callLog_.size() > kCallLogLimit || callLogBytes_ > kCallLogByteBudget) {
+    callLogBytes_ -= callLog_.front().size();
+    callLog_.pop_front();
+  }
 }
 
 int SimDispatcher::setFault(const char *opName, int rc, long count, std::string &error) {
@@ -173,11 +193,13 @@ void SimDispatcher::clearScripts() {
 std::string SimDispatcher::callLogLines() {
   std::lock_guard<std::mutex> lock(mutex_);
   std::string lines;
-  for (const std::string &line : callLog_) lines += line + "\n";
+  lines.reserve(callLogBytes_);
+  for (const std::string &line : callLog_) lines += line;
   return lines;
 }
 
 void SimDispatcher::clearCallLog() {
   std::lock_guard<std::mutex> lock(mutex_);
   callLog_.clear();
+  callLogBytes_ = 0;
 }

@@ -15,7 +15,12 @@ class SimDevice;
 
 class SimDispatcher {
  public:
+  // The call log keeps the newest calls: at most this many entries, of at
+  // most this many bytes together (their lines as callLogLines() gives
+  // them), each text in an entry cut after this many bytes.
   static constexpr size_t kCallLogLimit = 10000;
+  static constexpr size_t kCallLogByteBudget = 8u << 20;
+  static constexpr size_t kCallLogTextLimit = 1024;
 
   explicit SimDispatcher(SimDevice &sw) : sw_(sw) {}
 
@@ -51,5 +56,6 @@ class SimDispatcher {
   SimDevice &sw_;
   std::mutex mutex_;
   Script scripts_[OPEN_OP_COUNT];
-  std::deque<std::string> callLog_;
+  std::deque<std::string> callLog_;  // each line with its newline
+  size_t callLogBytes_ = 0;
 };

@@ -1,7 +1,8 @@
 #include "sim/model_mirror.h"
 
-#include <cstdlib>
+#include <string_view>
 
+#include "open/wire.h"
 #include "sim/model_acl.h"
 #include "sim/walk.h"
 
@@ -163,16 +164,11 @@ open_error_t MirrorModel::removeSession(uint32_t number) {
 namespace {
 
 // "a" or "a-b" in decimal digits.
-bool parseRange(const std::string &token, unsigned long &first, unsigned long &last) {
-  const char *text = token.c_str();
-  if (*text < '0' || *text > '9') return false;
-  char *end = nullptr;
-  first = strtoul(text, &end, 10);
+bool parseRange(std::string_view token, uint32_t &first, uint32_t &last) {
+  size_t dash = token.find('-');
+  if (wireParseDecimal(OPEN_TYPE_U32, token.substr(0, dash), &first) != 0) return false;
   last = first;
-  if (*end == '\0') return true;
-  if (*end != '-' || end[1] < '0' || end[1] > '9') return false;
-  last = strtoul(end + 1, &end, 10);
-  return *end == '\0';
+  return dash == std::string_view::npos || wireParseDecimal(OPEN_TYPE_U32, token.substr(dash + 1), &last) == 0;
 }
 
 }  // namespace
@@ -181,12 +177,12 @@ bool parseVlanList(const std::string &text, std::set<uint32_t> &vlans) {
   size_t start = 0;
   while (true) {
     size_t end = text.find(',', start);
-    unsigned long first = 0, last = 0;
-    if (!parseRange(text.substr(start, end == std::string::npos ? std::string::npos : end - start), first, last) ||
+    uint32_t first = 0, last = 0;
+    if (!parseRange(std::string_view(text).substr(start, end == std::string::npos ? end : end - start), first, last) ||
         first == 0 || last < first || last > kMaxMirrorVlan) {
       return false;
     }
-    for (unsigned long vlan = first; vlan <= last; ++vlan) vlans.insert(static_cast<uint32_t>(vlan));
+    for (uint32_t vlan = first; vlan <= last; ++vlan) vlans.insert(vlan);
     if (end == std::string::npos) return true;
     start = end + 1;
   }

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "open/wire.h"
 #include "sim/walk.h"
 
 namespace {
@@ -159,12 +160,9 @@ bool snmpUnhex(const std::string &text, SnmpBytes *bytes) {
   bytes->clear();
   if (text.size() % 2 != 0) return false;
   for (size_t i = 0; i < text.size(); i += 2) {
-    unsigned value = 0;
-    if (!isxdigit(static_cast<unsigned char>(text[i])) || !isxdigit(static_cast<unsigned char>(text[i + 1])) ||
-        sscanf(text.c_str() + i, "%2x", &value) != 1) {
-      return false;
-    }
-    bytes->push_back(static_cast<uint8_t>(value));
+    int octet = wireHexOctet(text[i], text[i + 1]);
+    if (octet < 0) return false;
+    bytes->push_back(static_cast<uint8_t>(octet));
   }
   return true;
 }

@@ -102,7 +102,7 @@ int sendControl(const std::string &socketPath, cJSON *request, JsonPtr &answer, 
   if (connectDaemon(socketPath, connection, reason) != 0) {
     return failed("cannot reach opensimd at " + socketPath + ": " + reason);
   }
-  CText text(cJSON_PrintUnformatted(request));
+  CText text(wirePrintLine(request));  // numbers as written, not as their doubles
   if (!text || !exchange(connection.fd, text.get(), reply)) {
     return failed("opensimd at " + socketPath + " did not answer: " + (errno ? strerror(errno) : "connection closed"));
   }
@@ -154,7 +154,7 @@ int stubRequest(int argc, char **argv, JsonPtr &request) {
   if (argc < 3 || argc > 4) return usage("stub needs OP JSON [COUNT]");
   request.reset(controlRequest("stub"));
   cJSON_AddStringToObject(request.get(), "op", argv[1]);
-  cJSON *answer = cJSON_ParseWithOpts(argv[2], nullptr, 1);
+  cJSON *answer = wireParseJson(argv[2]);
   if (!cJSON_IsObject(answer)) {
     cJSON_Delete(answer);
     return badArgument("JSON must be an object like {\"rc\": 0, \"out\": [\"42\"]}");

@@ -79,19 +79,8 @@ std::string macText(const MacAddress &m) {
   return text;
 }
 
-bool readMac(const char *text, MacAddress &mac) {
-  unsigned b[6];
-  char tail = 0;
-  if (strlen(text) != 17 ||
-      sscanf(text, "%2x:%2x:%2x:%2x:%2x:%2x%c", &b[0], &b[1], &b[2], &b[3], &b[4], &b[5], &tail) != 6) {
-    return false;
-  }
-  for (int i = 0; i < 6; ++i) mac[i] = static_cast<uint8_t>(b[i]);
-  return true;
-}
-
 bool Mac::load(const cJSON *json, MacAddress &mac, const Where &where) const {
-  if (!cJSON_IsString(json) || !readMac(json->valuestring, mac)) {
+  if (!cJSON_IsString(json) || !wireParseMac(json->valuestring, mac)) {
     return where.fail("expected a MAC address like 00:11:22:5A:3B:C0");
   }
   return true;

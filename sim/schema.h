@@ -150,8 +150,6 @@ class Choice {
 using MacAddress = std::array<uint8_t, 6>;
 // "00:11:22:5A:3B:C0"
 std::string macText(const MacAddress &mac);
-// True when `text` is six hexadecimal pairs separated by colons.
-bool readMac(const char *text, MacAddress &mac);
 
 struct Mac {
   cJSON *dump(const MacAddress &mac) const { return cJSON_CreateString(macText(mac).c_str()); }

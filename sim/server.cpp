@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "open/wire.h"
 #include "sim/control.h"
 #include "tools/raii.h"
 
@@ -206,7 +207,7 @@ void SimServer::removeSocket() {
 
 std::string SimServer::answer(const std::string &line) {
   if (line.find('\0') != std::string::npos) return malformed("a request line must not contain NUL bytes");
-  JsonPtr request(cJSON_ParseWithOpts(line.c_str(), nullptr, 1));
+  JsonPtr request(wireParseJson(line.c_str()));
   if (!cJSON_IsObject(request.get())) return malformed("a request is one JSON object per line");
   if (cJSON_GetObjectItemCaseSensitive(request.get(), "ctl") != nullptr) {
     return controlAnswer(dispatcher_, request.get(), statePath_);

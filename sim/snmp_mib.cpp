@@ -1,8 +1,9 @@
 #include "sim/snmp_mib.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdlib>
+#include <string_view>
+
+#include "open/wire.h"
 
 namespace {
 
@@ -64,20 +65,15 @@ const MibName kMibNames[] = {
 };
 
 // Dotted numbers only, each one a 32-bit sub-identifier.
-bool parseArcs(const std::string &text, SnmpOid *oid) {
-  size_t at = 0;
-  while (at < text.size()) {
-    if (text[at] < '0' || text[at] > '9') return false;
-    errno = 0;
-    char *end = nullptr;
-    unsigned long arc = strtoul(text.c_str() + at, &end, 10);
-    if (errno != 0 || arc > UINT32_MAX) return false;
-    oid->push_back(static_cast<uint32_t>(arc));
-    at = static_cast<size_t>(end - text.c_str());
-    if (at == text.size()) break;
-    if (text[at] != '.' || ++at == text.size()) return false;
+bool parseArcs(std::string_view text, SnmpOid *oid) {
+  while (true) {
+    size_t dot = text.find('.');
+    uint32_t arc = 0;
+    if (wireParseDecimal(OPEN_TYPE_U32, text.substr(0, dot), &arc) != 0) return false;
+    oid->push_back(arc);
+    if (dot == std::string_view::npos) return oid->size() <= kSnmpOidMaxArcs;
+    text.remove_prefix(dot + 1);
   }
-  return !oid->empty() && oid->size() <= kSnmpOidMaxArcs;
 }
 
 SnmpOid knownOid(const MibName &entry) {

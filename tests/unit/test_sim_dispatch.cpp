@@ -110,6 +110,30 @@ TEST_F(SimDispatchTest, CallLogKeepsTheNewestEntries) {
   EXPECT_NE(log.find("\"in\":[" + std::to_string(calls) + "]"), std::string::npos);
 }
 
+TEST_F(SimDispatchTest, CallLogStaysWithinItsByteBudgetCuttingLongTexts) {
+  static_assert(SimDispatcher::kCallLogLimit * SimDispatcher::kCallLogTextLimit > SimDispatcher::kCallLogByteBudget,
+                "cut entries must reach the byte budget before the entry limit");
+  const size_t length = 2 * SimDispatcher::kCallLogTextLimit + 1;
+  std::string hex;
+  for (size_t i = 0; i < length; ++i) hex += "61";
+  const std::string name = "{\"size\":" + std::to_string(length + 1) + ",\"hex\":\"" + hex + "00\"}";
+  const size_t calls = SimDispatcher::kCallLogLimit;
+  for (size_t i = 1; i <= calls; ++i) {
+    dispatcher.call(("{\"op\":\"openapiAclGet\",\"args\":[\"" + std::to_string(i) + "\"," + name + ",null]}").c_str());
+  }
+  std::string log = dispatcher.callLogLines();
+  EXPECT_LE(log.size(), SimDispatcher::kCallLogByteBudget);
+  size_t kept = static_cast<size_t>(std::count(log.begin(), log.end(), '\n'));
+  ASSERT_GT(kept, 0u);
+  std::string oldestKept = "{\"op\":\"openapiAclGet\",\"in\":[" + std::to_string(calls - kept + 1) + ",\"aaa";
+  EXPECT_EQ(log.rfind(oldestKept, 0), 0u) << "the oldest entries went first";
+  size_t newest = log.rfind("\"in\":[" + std::to_string(calls) + ",");
+  ASSERT_NE(newest, std::string::npos);
+  std::string marker = "[cut, " + std::to_string(length) + " bytes in all]\"";
+  EXPECT_EQ(log.find(marker, newest), newest + 8 + std::to_string(calls).size() + SimDispatcher::kCallLogTextLimit)
+      << "the text keeps its first bytes, then says how long it was";
+}
+
 TEST_F(SimDispatchTest, MalformedRequestsAreRefused) {
   const char *lines[] = {
       "", "not json", "[]", R"({"op":7,"args":[]})", R"({"op":"openapiStatGet"})",

@@ -1,12 +1,15 @@
 // The daemon's socket server and control commands.
 #include "sim/server.h"
 
+#include <dirent.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <thread>
+#include <vector>
 
 #include "sim/control.h"
 #include "sim_fixture.h"
@@ -20,8 +23,18 @@ class SimServerTest : public SimFixture {
  protected:
   void SetUp() override { ASSERT_NE(mkdtemp(dir), nullptr); }
   void TearDown() override {
-    for (const char *name : {"/state.json", "/s.sock", "/plain"}) unlink((std::string(dir) + name).c_str());
+    for (const std::string &name : entries()) unlink((std::string(dir) + "/" + name).c_str());
     rmdir(dir);
+  }
+
+  std::vector<std::string> entries() {
+    std::vector<std::string> names;
+    DIR *listing = opendir(dir);
+    for (dirent *entry; listing != nullptr && (entry = readdir(listing)) != nullptr;) {
+      if (entry->d_name[0] != '.') names.push_back(entry->d_name);
+    }
+    if (listing != nullptr) closedir(listing);
+    return names;
   }
 
   // The answer's "error", or "ok" when it succeeded.
@@ -84,6 +97,79 @@ TEST_F(SimServerTest, ControlCommandsAnswer) {
   for (const auto &c : cases) EXPECT_NE(outcome(*c.server, c.line).find(c.expected), std::string::npos) << c.line;
   std::string error;
   EXPECT_EQ(loadStateFile(dispatcher, statePath, error), 0) << "the saved file loads: " << error;
+}
+
+TEST_F(SimServerTest, ConcurrentSavesLeaveTheStateFileWholeAtEveryMoment) {
+  std::string statePath = std::string(dir) + "/state.json";
+  SimServer server(dispatcher, statePath);
+  ASSERT_EQ(outcome(server, R"({"ctl":"save"})"), "ok");
+  std::atomic<bool> saving{true};
+  std::atomic<int> failedSaves{0}, brokenReads{0}, reads{0};
+  std::thread reader([&] {
+    while (saving || reads == 0) {
+      std::string error;
+      JsonPtr state(readJsonFile(statePath, error));
+      brokenReads += state == nullptr ? 1 : 0;
+      ++reads;
+    }
+  });
+  std::vector<std::thread> savers;
+  for (int t = 0; t < 4; ++t) {
+    savers.emplace_back([&] {
+      for (int i = 0; i < 20; ++i) failedSaves += outcome(server, R"({"ctl":"save"})") == "ok" ? 0 : 1;
+    });
+  }
+  for (std::thread &saver : savers) saver.join();
+  saving = false;
+  reader.join();
+  EXPECT_EQ(failedSaves, 0);
+  EXPECT_EQ(brokenReads, 0) << "of " << reads << " reads";
+  EXPECT_EQ(entries(), std::vector<std::string>{"state.json"}) << "no temporary file is left behind";
+}
+
+// What the daemon reads from a file or a control line: every integer exactly
+// as written, or refused.
+TEST_F(SimServerTest, StateFilesAndScriptsTakeIntegersExactlyAsWritten) {
+  const struct {
+    const char *written;
+    const char *taken;  // nullptr: refused
+  } cases[] = {
+      {"18446744073709549568", "18446744073709549568"},  // a double holds it
+      {R"("18446744073709551615")", "18446744073709551615"},
+      {"9007199254740992", "9007199254740992"},
+      {"9007199254740993", nullptr},  // a double rounds it
+      {"18446744073709551615", nullptr},
+      {R"(" 5")", nullptr},
+      {R"("+5")", nullptr},
+      {"5.0", nullptr},
+      {"5e0", nullptr},
+  };
+  std::string path = std::string(dir) + "/state.json";
+  SimServer server(dispatcher, "");
+  for (const auto &c : cases) {
+    SCOPED_TRACE(c.written);
+    JsonPtr state(dev.toJson());
+    cJSON *port1 = cJSON_GetArrayItem(cJSON_GetObjectItem(state.get(), "counters"), 0);
+    cJSON_ReplaceItemInArray(cJSON_GetObjectItem(port1, "values"), ctr_rx_64, cJSON_CreateString("@"));
+    std::string text = CText(cJSON_Print(state.get())).get();
+    text.replace(text.find("\"@\""), 3, c.written);
+    FILE *file = fopen(path.c_str(), "w");
+    ASSERT_NE(file, nullptr);
+    fputs(text.c_str(), file);
+    fclose(file);
+    std::string error;
+    EXPECT_EQ(loadStateFile(dispatcher, path, error) == 0, c.taken != nullptr) << error;
+    if (c.taken) {
+      EXPECT_NE(dumped().find(std::string(",\"") + c.taken + "\","), std::string::npos);
+    }
+
+    std::string stub = R"({"ctl":"stub","op":"openapiStatGet","count":1,"answer":{"rc":0,"out":[)";
+    EXPECT_EQ(outcome(server, stub + c.written + "]}}") == "ok", c.taken != nullptr);
+    if (c.taken) {
+      EXPECT_EQ(server.answer(R"({"op":"openapiStatGet","args":["2","5",null]})"),
+                std::string(R"({"rc":0,"out":[")") + c.taken + "\"]}");
+    }
+  }
 }
 
 TEST_F(SimServerTest, ResetRestoresTheDefaultSwitch) {
