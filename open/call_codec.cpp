@@ -32,7 +32,7 @@ char *openEncodeRequest(const OpenOpDesc &op, void *const argv[]) {
 }
 
 int32_t openDecodeReply(const OpenOpDesc &op, void *const argv[], const char *line) {
-  CJson reply(cJSON_ParseWithOpts(line, nullptr, 1));
+  CJson reply(wireParseJson(line));
   const cJSON *rc = cJSON_GetObjectItemCaseSensitive(reply.get(), "rc");
   int32_t result = 0;
   if (wireDecodeInt(OPEN_TYPE_I32, rc, &result) != 0) return OPEN_E_INTERNAL;
