@@ -1,7 +1,10 @@
 #include "tests/e2e/harness.h"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
+#include <sys/syscall.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -20,6 +23,76 @@ namespace {
 
 const std::string kBin = BIN_DIR;
 
+// How long one CGI or opensimctl run may take: the OpEN-down cases retry for
+// about 18 s, longer under an emulator; past it the process is killed.
+constexpr int kProcessLimitMs = 90000;
+// How long opensimd may take to save its state and exit after SIGTERM.
+constexpr int kDaemonStopLimitMs = 15000;
+// Exit status of a process a sanitizer stopped, apart from the program's own.
+constexpr int kSanitizerExit = 86;
+
+// Waits for a child at most limitMs, then kills it. False when it was killed.
+bool waitBounded(pid_t pid, int &status, int limitMs) {
+  bool ended = false;
+  // Through syscall(): glibc 2.36's header declares pidfd_open without C linkage.
+  int fd = static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
+  if (fd >= 0) {
+    pollfd ready{fd, POLLIN, 0};
+    int rc;
+    while ((rc = poll(&ready, 1, limitMs)) < 0 && errno == EINTR) {
+    }
+    close(fd);
+    ended = rc > 0;
+  } else {
+    for (int waited = 0; waited < limitMs && !ended; ++waited) {
+      if (waitpid(pid, &status, WNOHANG) == pid) return true;
+      usleep(1000);
+    }
+  }
+  if (!ended) kill(pid, SIGKILL);
+  while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+  }
+  return ended;
+}
+
+std::vector<std::string> wordsOf(const char *text) {
+  std::vector<std::string> words;
+  std::string word;
+  for (const char *c = text; c != nullptr && *c != '\0'; ++c) {
+    if (*c != ' ') {
+      word += *c;
+    } else if (!word.empty()) {
+      words.push_back(word);
+      word.clear();
+    }
+  }
+  if (!word.empty()) words.push_back(word);
+  return words;
+}
+
+// The CGI under test: the one built beside these tests, or the program that
+// MONITORING_CGI names (a cross build), started through the command in
+// MONITORING_CGI_RUNNER (an emulator) when that is set.
+std::vector<std::string> cgiCommand() {
+  std::vector<std::string> argv = wordsOf(getenv("MONITORING_CGI_RUNNER"));
+  const char *cgi = getenv("MONITORING_CGI");
+  argv.push_back(cgi != nullptr && *cgi != '\0' ? cgi : kBin + "/monitoring_v2.cgi");
+  return argv;
+}
+
+// Sanitizer reports of every spawned process land in the sandbox, where
+// TearDown finds them; stderr stays the program's own. Options that the
+// tests were started with come first, so that these win.
+std::vector<std::string> sanitizerEnv(const std::string &reports) {
+  std::string ours = "log_path=" + reports + "/report:exitcode=" + std::to_string(kSanitizerExit);
+  std::vector<std::string> env;
+  for (const char *name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"}) {
+    const char *given = getenv(name);
+    env.push_back(std::string(name) + "=" + (given != nullptr && *given != '\0' ? given + std::string(":") : "") + ours);
+  }
+  return env;
+}
+
 std::string readAll(int fd) {
   std::string data;
   char chunk[4096];
@@ -31,6 +104,12 @@ std::string readAll(int fd) {
 }
 
 std::string tempFile(const std::string &root, const char *name) { return root + "/" + name; }
+
+std::string commandLine(const std::vector<std::string> &argv) {
+  std::string line;
+  for (const std::string &word : argv) line += (line.empty() ? "" : " ") + word;
+  return line;
+}
 
 // Runs argv with env additions, feeding `input`; waits and collects everything.
 ProcessResult runProcess(const std::vector<std::string> &argv, const std::vector<std::string> &env,
@@ -52,11 +131,14 @@ ProcessResult runProcess(const std::vector<std::string> &argv, const std::vector
     args.push_back(nullptr);
     for (const std::string &e : env) envp.push_back(const_cast<char *>(e.c_str()));
     envp.push_back(nullptr);
-    execve(args[0], args.data(), envp.data());
+    // Searched on the tests' PATH: a runner may be named without its directory.
+    execvpe(args[0], args.data(), envp.data());
     _exit(127);
   }
   int status = 0;
-  waitpid(pid, &status, 0);
+  if (!waitBounded(pid, status, kProcessLimitMs)) {
+    ADD_FAILURE() << commandLine(argv) << " ran longer than " << kProcessLimitMs / 1000 << " s and was killed";
+  }
   ProcessResult result;
   int outFd = open(outPath.c_str(), O_RDONLY), errFd = open(errPath.c_str(), O_RDONLY);
   result.out = readAll(outFd);
@@ -64,6 +146,7 @@ ProcessResult runProcess(const std::vector<std::string> &argv, const std::vector
   close(outFd);
   close(errFd);
   result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  if (result.status == kSanitizerExit) ADD_FAILURE() << commandLine(argv) << " was stopped by a sanitizer:\n" << result.err;
   return result;
 }
 
@@ -119,35 +202,66 @@ void SwitchTest::SetUp() {
   makeDirs(root_ + "/tmp/session");
   makeDirs(root_ + "/mnt/application/vexo/tmp");
   makeDirs(root_ + "/scratch");
+  makeDirs(root_ + "/sanitizer");
   socket_ = root_ + "/opensim.sock";
   startDaemon();
   adminSession_ = login("admin", "");
 }
 
 void SwitchTest::startDaemon() {
+  std::string bin = kBin + "/opensimd", state = root_ + "/switch-state.json", log = root_ + "/opensimd.stderr";
+  std::vector<std::string> env = sanitizerEnv(root_ + "/sanitizer");
+  for (char **e = environ; *e != nullptr; ++e) {
+    if (strncmp(*e, "ASAN_OPTIONS=", 13) != 0 && strncmp(*e, "UBSAN_OPTIONS=", 14) != 0 &&
+        strncmp(*e, "LSAN_OPTIONS=", 13) != 0) {
+      env.push_back(*e);
+    }
+  }
+  std::vector<char *> envp;
+  for (std::string &e : env) envp.push_back(e.data());
+  envp.push_back(nullptr);
   pid_t pid = fork();
   if (pid == 0) {
-    int devnull = open("/dev/null", O_WRONLY);
-    dup2(devnull, 2);
-    std::string bin = kBin + "/opensimd";
-    std::string state = root_ + "/switch-state.json";
-    execl(bin.c_str(), bin.c_str(), "--socket", socket_.c_str(), "--state", state.c_str(), static_cast<char *>(nullptr));
+    // Appended to, so that the log of a daemon restarted within a test keeps the first one's.
+    int err = open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+    dup2(err, 2);
+    const char *argv[] = {bin.c_str(), "--socket", socket_.c_str(), "--state", state.c_str(), nullptr};
+    execve(bin.c_str(), const_cast<char **>(argv), envp.data());
     _exit(127);
   }
   daemonPid_ = pid;
   for (int i = 0; i < 500 && !socketAnswers(socket_); ++i) usleep(10000);
-  ASSERT_TRUE(socketAnswers(socket_)) << "opensimd did not come up";
+  ASSERT_TRUE(socketAnswers(socket_)) << "opensimd did not come up:\n" << readFile("/opensimd.stderr");
 }
 
 void SwitchTest::stopDaemon() {
   if (daemonPid_ <= 0) return;
   kill(daemonPid_, SIGTERM);
-  waitpid(daemonPid_, nullptr, 0);
+  int status = 0;
+  bool stopped = waitBounded(daemonPid_, status, kDaemonStopLimitMs);
   daemonPid_ = -1;
+  if (!stopped) ADD_FAILURE() << "opensimd did not stop within " << kDaemonStopLimitMs / 1000 << " s of SIGTERM";
+  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+    ADD_FAILURE() << "opensimd ended with wait status " << status << ":\n" << readFile("/opensimd.stderr");
+  }
+}
+
+// Every report that a sanitizer wrote for a process this test started: the
+// process may have answered correctly all the same.
+void SwitchTest::expectNoSanitizerReports() {
+  std::string dir = root_ + "/sanitizer";
+  DIR *reports = opendir(dir.c_str());
+  if (reports == nullptr) return;
+  while (const dirent *entry = readdir(reports)) {
+    if (entry->d_name[0] == '.') continue;
+    ADD_FAILURE() << "sanitizer report " << entry->d_name << ":\n" << readFile("/sanitizer/" + std::string(entry->d_name));
+  }
+  closedir(reports);
 }
 
 void SwitchTest::TearDown() {
   stopDaemon();
+  expectNoSanitizerReports();
   if (!HasFailure() && !root_.empty()) {
     std::string command = "rm -rf '" + root_ + "'";
     if (system(command.c_str()) != 0) ADD_FAILURE() << "could not remove " << root_;
@@ -172,12 +286,13 @@ ProcessResult SwitchTest::cgi(const CgiRequest &request) {
   if (!request.method.empty()) env.push_back("REQUEST_METHOD=" + request.method);
   if (request.session) env.push_back(std::string("HTTP_SESSION=") + request.session);
   if (request.refresh) env.push_back(std::string("HTTP_REFRESH=") + request.refresh);
+  for (const std::string &e : sanitizerEnv(root_ + "/sanitizer")) env.push_back(e);
   if (request.contentLength) {
     env.push_back(std::string("CONTENT_LENGTH=") + request.contentLength);
   } else if (request.method == "POST" || request.method == "PUT") {
     env.push_back("CONTENT_LENGTH=" + std::to_string(request.body.size()));
   }
-  return runProcess({kBin + "/monitoring_v2.cgi"}, env, request.body, root_ + "/scratch");
+  return runProcess(cgiCommand(), env, request.body, root_ + "/scratch");
 }
 
 ProcessResult SwitchTest::cgiAs(const char *session, const std::string &method, const std::string &uri) {
@@ -200,7 +315,7 @@ ProcessResult SwitchTest::call(const std::string &method, const std::string &uri
 ProcessResult SwitchTest::ctl(const std::vector<std::string> &args) {
   std::vector<std::string> argv = {kBin + "/opensimctl", "--socket", socket_};
   argv.insert(argv.end(), args.begin(), args.end());
-  return runProcess(argv, {}, "", root_ + "/scratch");
+  return runProcess(argv, sanitizerEnv(root_ + "/sanitizer"), "", root_ + "/scratch");
 }
 
 void SwitchTest::ctlOk(const std::vector<std::string> &args) {

@@ -59,6 +59,7 @@ class SwitchTest : public ::testing::Test {
   std::string readFile(const std::string &relative);
   void startDaemon();
   void stopDaemon();
+  void expectNoSanitizerReports();
 
   std::string root_;
   std::string socket_;

@@ -147,14 +147,16 @@ TEST_F(SflowTest, FailuresAreMappedAndWrittenAsTheirMethodWrites) {
 TEST_F(SflowTest, ReceiversAreClaimedUsedAndFreedByTheAgent) {
   EXPECT_EQ(get("oper-mode"), ok(R"({"sflowOperMode":"disable"})"));
   EXPECT_EQ(put("fs-rcvr-index?ifNum=5&instance=1&rcvrIndex=2"), refused(10003, "Invalid argument", true));
-  EXPECT_EQ(put("rcvr-owner?index=2", R"({"owner":"noc","timeout":1})"), ok());
+  // Long enough for the calls below in the slowest build (sanitized, or
+  // emulated Arm) on a busy machine.
+  EXPECT_EQ(put("rcvr-owner?index=2", R"({"owner":"noc","timeout":3})"), ok());
+  EXPECT_EQ(get("rcvr-time-remaining?index=2"), ok(R"({"timeRemaining":3})"));
   EXPECT_EQ(put("rcvr-address?index=2", R"({"ipAddr":"2001:db8::10"})"), ok());
   EXPECT_EQ(put("fs-rcvr-index?ifNum=5&instance=1&rcvrIndex=2"), ok());
   EXPECT_EQ(put("fs-packet-sampling-rate?ifNum=5&instance=1", R"({"type":"flow_based","rate":2048})"), ok());
   EXPECT_EQ(get("rcvr-address?index=2"), ok(R"({"ipAddr":"2001:db8::10"})"));
-  EXPECT_EQ(get("rcvr-time-remaining?index=2"), ok(R"({"timeRemaining":1})"));
   EXPECT_EQ(get("oper-mode"), ok(R"({"sflowOperMode":"enable"})"));
-  usleep(1100000);
+  usleep(3100000);
   // The owner's time ran out: the receiver and its sampler are free again.
   EXPECT_EQ(get("rcvr-owner?index=2"), ok(R"({"owner":""})"));
   EXPECT_EQ(get("fs-rcvr-index?ifNum=5&instance=1"), ok(R"({"rcvrIndex":0})"));
