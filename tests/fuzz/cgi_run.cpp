@@ -9,6 +9,15 @@
 
 namespace {
 
+const struct {
+  const char *name;
+  std::optional<std::string> CgiEnvironment::*value;
+} kVariables[] = {
+    {"REQUEST_METHOD", &CgiEnvironment::method}, {"REQUEST_URI", &CgiEnvironment::uri},
+    {"QUERY_STRING", &CgiEnvironment::query},    {"CONTENT_LENGTH", &CgiEnvironment::contentLength},
+    {"HTTP_SESSION", &CgiEnvironment::session},  {"HTTP_REFRESH", &CgiEnvironment::refresh},
+};
+
 void setVariable(const char *name, const std::optional<std::string> &value) {
   if (value) {
     setenv(name, value->c_str(), 1);
@@ -59,12 +68,7 @@ CgiEnvironment environmentFor(const FuzzRequest &request, const RouteRef &route)
 }
 
 void applyEnvironment(const CgiEnvironment &env) {
-  setVariable("REQUEST_METHOD", env.method);
-  setVariable("REQUEST_URI", env.uri);
-  setVariable("QUERY_STRING", env.query);
-  setVariable("CONTENT_LENGTH", env.contentLength);
-  setVariable("HTTP_SESSION", env.session);
-  setVariable("HTTP_REFRESH", env.refresh);
+  for (const auto &variable : kVariables) setVariable(variable.name, env.*variable.value);
 }
 
 std::string captureRequest(httpdTable *table, const std::string &body, bool &running) {
@@ -92,12 +96,7 @@ std::string captureRequest(httpdTable *table, const std::string &body, bool &run
 }
 
 void printRequest(const CgiEnvironment &env, const std::string &body, const std::string &answer) {
-  printEscaped("REQUEST_METHOD", env.method);
-  printEscaped("REQUEST_URI", env.uri);
-  printEscaped("QUERY_STRING", env.query);
-  printEscaped("CONTENT_LENGTH", env.contentLength);
-  printEscaped("HTTP_SESSION", env.session);
-  printEscaped("HTTP_REFRESH", env.refresh);
+  for (const auto &variable : kVariables) printEscaped(variable.name, env.*variable.value);
   printEscaped("body", body);
   printEscaped("answer", answer);
 }
