@@ -90,18 +90,26 @@ const OpenOpDesc *requestedOperation(const std::string &line) {
   return cJSON_IsString(name) ? openOpFind(name->valuestring) : nullptr;
 }
 
-// Whatever the simulator answers a request, the client of that operation reads.
-void serverRequest(const RpcInput &input) {
-  if (callsFileWriter(input.text)) return;
-  std::string reply = harness->dispatcher.call(input.text.c_str());
+// Whatever the simulator answers a request, the client of that operation
+// reads, with buffers of any capacity.
+void answerRequestLine(const char *entry, const std::string &line, uint32_t capacity) {
+  if (callsFileWriter(line)) return;
+  std::string reply = harness->dispatcher.call(line.c_str());
   int32_t rc = 0;
-  if (answerResult(reply, &rc) != 0) fail("request", "the answer is no OpEN answer: " + reply, input.text);
-  const OpenOpDesc *op = requestedOperation(input.text);
+  if (answerResult(reply, &rc) != 0) fail(entry, "the answer is no OpEN answer: " + reply, line);
+  const OpenOpDesc *op = requestedOperation(line);
   if (op == nullptr) return;
-  ClientArgs args(*op, kRouteTextCapacity);
+  ClientArgs args(*op, capacity);
   if (openDecodeReply(*op, args.argv(), reply.c_str()) != rc) {
-    fail("request", std::string(op->name) + ": the client cannot read the answer " + reply, input.text);
+    fail(entry, std::string(op->name) + ": the client cannot read the answer " + reply, line);
   }
+}
+
+void serverRequest(const RpcInput &input) { answerRequestLine("request", input.text, kRouteTextCapacity); }
+
+void serverCall(const RpcInput &input) {
+  std::string line = std::string(R"({"op":")") + input.operation().name + R"(","args":)" + input.text + "}";
+  answerRequestLine("call", line, bufferCapacityOf(input.capacityByte));
 }
 
 void control(const RpcInput &input) {
@@ -184,6 +192,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   switch (input.entry) {
     case RpcEntry::ClientReply: clientReply(input); return 0;  // the switch is not involved
     case RpcEntry::ServerRequest: serverRequest(input); break;
+    case RpcEntry::ServerCall: serverCall(input); break;
     case RpcEntry::Control: control(input); break;
     case RpcEntry::Stub: stub(input); break;
     case RpcEntry::StateLoad: stateLoad(input); break;

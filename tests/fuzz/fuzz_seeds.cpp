@@ -130,6 +130,12 @@ const Seed kSeeds[] = {
      R"({"ctl":"fault","op":"openapiLldpTxHoldGet","rc":-20})"},
     {"script-stub-text", "GET", "snmp/sys-name", "", 0, nullptr, nullptr, nullptr, nullptr,
      R"({"ctl":"stub","op":"openapiSnmpSysNameGet","answer":{"rc":0,"out":["a-name-from-a-stub"]}})"},
+    {"script-stub-counter-block", "GET", "stats/interface-stats?ifNum=2", "", 0, nullptr, nullptr, nullptr, nullptr,
+     R"({"ctl":"stub","op":"openapiInterfaceStatsGet","answer":{"rc":0,"out":[[70,1,2,3]]}})"},
+    {"script-stub-vlan-list", "GET", "lldp/intf-local-device-vlan?ifNum=3", "", 0, nullptr, nullptr, nullptr, nullptr,
+     R"({"ctl":"stub","op":"openapiLldpIntfLocalDeviceVlanGet","answer":{"rc":0,"out":[[3,[1,10,20]]]}})"},
+    {"script-stub-address", "GET", "sflow/rcvr-address?index=1", "", 0, nullptr, nullptr, nullptr, nullptr,
+     R"({"ctl":"stub","op":"openapiSflowRcvrAddressGet","answer":{"rc":0,"out":[{"family":2,"addr":"fe80::1"}]}})"},
     {"script-op-then-read", "GET", "sflow/rcvr-owner?index=1", "", 0, nullptr, nullptr, nullptr, nullptr,
      R"({"op":"openapiSflowRcvrOwnerSet","args":["1",{"size":"4","hex":"6f707300"},"60"]})"},
 };
@@ -177,9 +183,12 @@ bool writeSeed(const std::string &dir, const std::string &name, const std::strin
   return fclose(file) == 0 && written;
 }
 
+// A frozen clock: the counters, and so the seeds, come out the same on every run.
+constexpr int64_t kFrozenNanos = 200000 * kNanosPerSecond;
+
 struct Generator {
   FuzzSandbox sandbox;
-  SimDevice device;
+  SimDevice device{[] { return kFrozenNanos; }};
   SimDispatcher dispatcher{device};
   SimServer server{dispatcher, ""};
   httpdTable *table = nullptr;
@@ -219,8 +228,9 @@ std::string opNameOf(const std::string &requestLine) {
 }
 
 // The first exchange of each operation, every `step`-th of them, so that
-// the few seeds spread over every family.
-std::vector<WireExchange> spreadByOperation(const std::vector<WireExchange> &all, size_t wanted) {
+// the few seeds spread over every family; `shifted` starts half a step in,
+// on operations the unshifted spread leaves out.
+std::vector<WireExchange> spreadByOperation(const std::vector<WireExchange> &all, size_t wanted, bool shifted) {
   std::vector<WireExchange> firsts;
   std::map<std::string, bool> seen;
   for (const WireExchange &exchange : all) {
@@ -229,8 +239,14 @@ std::vector<WireExchange> spreadByOperation(const std::vector<WireExchange> &all
   }
   std::vector<WireExchange> spread;
   size_t step = firsts.size() > wanted ? (firsts.size() + wanted - 1) / wanted : 1;
-  for (size_t i = 0; i < firsts.size(); i += step) spread.push_back(firsts[i]);
+  for (size_t i = shifted ? step / 2 : 0; i < firsts.size(); i += step) spread.push_back(firsts[i]);
   return spread;
+}
+
+std::string argumentsOf(const std::string &requestLine) {
+  JsonPtr request(cJSON_Parse(requestLine.c_str()));
+  CText args(cJSON_PrintUnformatted(cJSON_GetObjectItemCaseSensitive(request.get(), "args")));
+  return args ? args.get() : "[]";
 }
 
 uint8_t capacityByteFor(uint32_t capacity) {
@@ -241,18 +257,25 @@ uint8_t capacityByteFor(uint32_t capacity) {
 }
 
 bool writeWireSeeds(const std::vector<WireExchange> &exchanges, const std::string &dir) {
-  constexpr size_t kLines = 25, kStubs = 10;
+  constexpr size_t kLines = 20, kStubs = 10;
   constexpr uint32_t kCapacity = 256;
   uint8_t capacity = capacityByteFor(kCapacity);
   bool ok = true;
-  for (const WireExchange &exchange : spreadByOperation(exchanges, kLines)) {
+  for (const WireExchange &exchange : spreadByOperation(exchanges, kLines, false)) {
     const OpenOpDesc *op = openOpFind(opNameOf(exchange.request).c_str());
     if (op == nullptr) continue;
-    uint16_t index = static_cast<uint16_t>(op - kOpenOps);
-    ok = writeSeed(dir, std::string("request-") + op->name, encodeRpcInput({RpcEntry::ServerRequest, 0, 0, exchange.request})) && ok;
-    ok = writeSeed(dir, std::string("reply-") + op->name, encodeRpcInput({RpcEntry::ClientReply, index, capacity, exchange.reply})) && ok;
+    RpcInput request{RpcEntry::ServerRequest, 0, 0, exchange.request};
+    RpcInput reply{RpcEntry::ClientReply, static_cast<uint16_t>(op - kOpenOps), capacity, exchange.reply};
+    ok = writeSeed(dir, std::string("request-") + op->name, encodeRpcInput(request)) && ok;
+    ok = writeSeed(dir, std::string("reply-") + op->name, encodeRpcInput(reply)) && ok;
   }
-  for (const WireExchange &exchange : spreadByOperation(exchanges, kStubs)) {
+  for (const WireExchange &exchange : spreadByOperation(exchanges, kLines, true)) {
+    const OpenOpDesc *op = openOpFind(opNameOf(exchange.request).c_str());
+    if (op == nullptr) continue;
+    RpcInput call{RpcEntry::ServerCall, static_cast<uint16_t>(op - kOpenOps), capacity, argumentsOf(exchange.request)};
+    ok = writeSeed(dir, std::string("call-") + op->name, encodeRpcInput(call)) && ok;
+  }
+  for (const WireExchange &exchange : spreadByOperation(exchanges, kStubs, true)) {
     const OpenOpDesc *op = openOpFind(opNameOf(exchange.request).c_str());
     if (op == nullptr) continue;
     ClientArgs args(*op, kCapacity);

@@ -2,7 +2,9 @@
 
 namespace {
 
-bool namesOperation(RpcEntry entry) { return entry == RpcEntry::ClientReply || entry == RpcEntry::Stub; }
+bool namesOperation(RpcEntry entry) {
+  return entry == RpcEntry::ClientReply || entry == RpcEntry::Stub || entry == RpcEntry::ServerCall;
+}
 
 }  // namespace
 

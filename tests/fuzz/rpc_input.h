@@ -2,10 +2,10 @@
 // The RPC fuzzer's input:
 //
 //   byte 0      the entry point, modulo the number of entries
-//   byte 1, 2   (reply and stub only) operation index, little-endian, modulo
-//               the number of operations
-//   byte 3      (reply and stub only) the capacity of every buffer argument,
-//               as bufferCapacityOf reads it
+//   byte 1, 2   (reply, call and stub only) operation index, little-endian,
+//               modulo the number of operations
+//   byte 3      (reply, call and stub only) the capacity of every buffer
+//               argument on the client's side, as bufferCapacityOf reads it
 //   then        the text the entry reads
 #include <cstddef>
 #include <cstdint>
@@ -19,8 +19,9 @@ enum class RpcEntry : uint8_t {
   Control,        // a control command, answered by the simulator
   Stub,           // a scripted answer for the operation, then one call of it
   StateLoad,      // a state document, loaded into the simulated switch
+  ServerCall,     // the arguments of a request line for the operation
 };
-constexpr uint8_t kRpcEntryCount = 5;
+constexpr uint8_t kRpcEntryCount = 6;
 
 struct RpcInput {
   RpcEntry entry = RpcEntry::ClientReply;
