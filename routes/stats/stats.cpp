@@ -61,6 +61,9 @@ cJSON *counterArray(const uint64_t *words, uint32_t wordCount) {
   return array;
 }
 
+// Thousands of counters a port at the most.
+constexpr uint32_t kMaxCounterBlockBytes = 64 * 1024;
+
 // Two calls: the block's size, then the block. An empty block is a success
 // with nothing to show.
 void interfaceStatsGet() {
@@ -70,6 +73,12 @@ void interfaceStatsGet() {
   int rc = rpcclt_openapiInterfaceStatsBufSizeGet(&clientHandle, &size);
   if (rc != OPEN_E_NONE || size == 0) {
     answerWith(openRcToResultCode(rc), "stats", nullptr, AnswerStyle::Data);
+    return;
+  }
+  // A size no switch has is answered as an allocation that failed, rather
+  // than taken from the heap of a small CPU.
+  if (size > kMaxCounterBlockBytes) {
+    answerWith(RC_GENERAL_FAILED, "stats", nullptr, AnswerStyle::Data);
     return;
   }
   uint32_t wordCount = size / 8;

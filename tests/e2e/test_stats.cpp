@@ -111,6 +111,9 @@ TEST_F(StatsTest, InterfaceStatsShowsTheCountedWordsWithinTheBlock) {
   }
   ctlOk({"fault", "openapiInterfaceStatsBufSizeGet", "-28"});
   EXPECT_EQ(call("GET", kStats + "interface-stats?ifNum=2").out, kJsonHeader + envelope(17002, "Unsupported Feature"));
+  ctlOk({"stub", "openapiInterfaceStatsBufSizeGet", R"({"rc":0,"out":[4294967295]})"});
+  EXPECT_EQ(call("GET", kStats + "interface-stats?ifNum=2").out, kJsonHeader + envelope(10000, "General Failed"))
+      << "a block of 4 GiB is not asked for";
   EXPECT_TRUE(callsOf("openapiInterfaceStatsGet").empty());
 }
 
