@@ -3,10 +3,19 @@
 
 #include <cmath>
 #include <cstring>
+#include <type_traits>
 
 #include "open/wire.h"
 
 namespace {
+
+// Whatever 32-bit result a server sends must be a value of the result type:
+// only an enumeration with a fixed underlying type holds every one of them
+// (and only such a type can be list-initialised from an integer).
+template <typename E>
+concept HoldsEveryInt32 = requires { E{int32_t{-2147483647 - 1}}; } &&
+                          std::is_same_v<std::underlying_type_t<E>, int32_t>;
+static_assert(HoldsEveryInt32<open_error_t>);
 
 // Parsed as the simulator parses what it receives.
 struct JsonDoc {
