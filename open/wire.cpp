@@ -442,7 +442,7 @@ const OpenCodec &codecOf(const OpenArgDesc &arg) { return codecOf(openTypeInfo(a
 bool isNumberChar(char c) { return (c >= '0' && c <= '9') || c == '-' || c == '+' || c == '.' || c == 'e' || c == 'E'; }
 
 size_t pastString(std::string_view text, size_t at) {
-  while (at < text.size() && text[at] != '"') at += text[at] == '\\' ? 2 : 1;
+  while (at < text.size() && text[at] != '"') at += text[at] == '\\' ? size_t{2} : size_t{1};
   return at + 1;
 }
 

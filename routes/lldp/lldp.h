@@ -9,6 +9,8 @@
 #include <span>
 
 #include "routes/engine/engine.h"
+#include "routes/engine/walk.h"
+#include "tools/common.h"
 #include "tools/raii.h"
 
 namespace lldp {
@@ -71,6 +73,20 @@ constexpr route::Call keyed(const route::OpenCall &open, const NeighbourKeys &ke
 
 // The first interface of a type (0: physical); logs when there is none.
 int swapiIfFirstGet(openapiClientHandle_t *client, uint32_t type, uint32_t *ifNum);
+
+// Calls `visit(ifNum)` for every physical interface, in OpEN's order, within
+// the bounds of route::walkAscending.
+template <typename Visit>
+void forEachPhysicalInterface(Visit visit) {
+  constexpr uint32_t kPhysical = 0;
+  route::walkAscending(
+      route::kMaxInterfaces, [](uint32_t *ifNum) { return swapiIfFirstGet(&clientHandle, kPhysical, ifNum); },
+      [](uint32_t ifNum, uint32_t *next) { return openapiIfNextGet(&clientHandle, kPhysical, ifNum, next); },
+      [&](uint32_t ifNum) {
+        visit(ifNum);
+        return true;
+      });
+}
 
 // A text field of an aggregated route, read into a fresh zero-filled buffer
 // of length + 1 bytes described as `length`: the text, `onFailure()` when

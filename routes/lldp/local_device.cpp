@@ -41,20 +41,13 @@ cJSON *localDeviceRow(uint32_t ifNum, uint32_t length) {
   return row;
 }
 
-// Never a failure: every physical interface; the walk stops when OpEN
-// fails or stands still.
+// Never a failure: every physical interface.
 void localDevicesGet() {
   uint32_t length = lldpMgmtStrLen();
   JsonPtr data(cJSON_CreateObject());
   cJSON *devices = cJSON_CreateArray();
-  uint32_t ifNum = 0;
-  int rc = swapiIfFirstGet(&clientHandle, 0, &ifNum);
-  while (rc == OPEN_E_NONE && devices != nullptr) {
-    cJSON_AddItemToArray(devices, localDeviceRow(ifNum, length));
-    uint32_t next = ifNum;
-    rc = openapiIfNextGet(&clientHandle, 0, ifNum, &next);
-    if (next == ifNum) break;
-    ifNum = next;
+  if (devices != nullptr) {
+    forEachPhysicalInterface([&](uint32_t ifNum) { cJSON_AddItemToArray(devices, localDeviceRow(ifNum, length)); });
   }
   cJSON_AddItemToObject(data.get(), "local-devices", devices);
   answerWith(RC_SUCCESS, kLldp.dataKey, data.get(), AnswerStyle::Data);

@@ -51,13 +51,17 @@ cJSON *remoteDeviceRow(uint32_t ifNum, uint32_t remIndex, uint32_t timeStamp, ui
   return row;
 }
 
-// The interface's neighbours; the walk stops when OpEN fails or stands still.
-void addInterfaceNeighbours(cJSON *devices, uint32_t ifNum, uint32_t length) {
+// The interface's neighbours, in OpEN's (remIndex, timeStamp) order; the
+// walk stops when OpEN fails or the pair does not advance, and after
+// `*budget` neighbours of the whole table.
+void addInterfaceNeighbours(cJSON *devices, uint32_t ifNum, uint32_t length, uint32_t *budget) {
   uint32_t remIndex = 0, timeStamp = 0;
-  for (;;) {
+  while (*budget > 0) {
     uint32_t lastIndex = remIndex, lastStamp = timeStamp;
     if (rpcclt_openapiLldpIntfRemoteDeviceNextGet(&clientHandle, ifNum, &remIndex, &timeStamp) != OPEN_E_NONE) return;
-    if (remIndex == lastIndex && timeStamp == lastStamp) return;
+    bool advanced = remIndex > lastIndex || (remIndex == lastIndex && timeStamp > lastStamp);
+    if (!advanced) return;
+    --*budget;
     cJSON_AddItemToArray(devices, remoteDeviceRow(ifNum, remIndex, timeStamp, length));
   }
 }
@@ -67,14 +71,15 @@ void remoteDevicesGet() {
   uint32_t length = lldpMgmtStrLen();
   JsonPtr data(cJSON_CreateObject());
   cJSON *devices = cJSON_CreateArray();
-  uint32_t ifNum = 0;
-  int rc = rpcclt_openapiLldpRemoteIntfFirstGet(&clientHandle, &ifNum);
-  while (rc == OPEN_E_NONE && devices != nullptr) {
-    addInterfaceNeighbours(devices, ifNum, length);
-    uint32_t next = ifNum;
-    rc = rpcclt_openapiLldpRemoteIntfNextGet(&clientHandle, ifNum, &next);
-    if (next == ifNum) break;
-    ifNum = next;
+  uint32_t budget = kMaxLldpNeighbours;
+  if (devices != nullptr) {
+    walkAscending(
+        kMaxInterfaces, [](uint32_t *ifNum) { return rpcclt_openapiLldpRemoteIntfFirstGet(&clientHandle, ifNum); },
+        [](uint32_t ifNum, uint32_t *next) { return rpcclt_openapiLldpRemoteIntfNextGet(&clientHandle, ifNum, next); },
+        [&](uint32_t ifNum) {
+          addInterfaceNeighbours(devices, ifNum, length, &budget);
+          return budget > 0;
+        });
   }
   cJSON_AddItemToObject(data.get(), "remote-devices", devices);
   answerWith(RC_SUCCESS, kLldp.dataKey, data.get(), AnswerStyle::Data);

@@ -146,19 +146,14 @@ cJSON *interfaceStatus(Request &request, uint32_t ifNum) {
   return status;
 }
 
-// Every physical interface; the walk stops when OpEN fails or stands still.
+// Every physical interface.
 void allInterfaceStatusGet() {
   Request request;
   JsonPtr data(cJSON_CreateObject());
   cJSON *interfaces = cJSON_CreateArray();
-  uint32_t ifNum = 0;
-  int rc = swapiIfFirstGet(&clientHandle, 0, &ifNum);
-  while (rc == OPEN_E_NONE && interfaces != nullptr) {
-    cJSON_AddItemToArray(interfaces, interfaceStatus(request, ifNum));
-    uint32_t next = ifNum;
-    rc = openapiIfNextGet(&clientHandle, 0, ifNum, &next);
-    if (next == ifNum) break;
-    ifNum = next;
+  if (interfaces != nullptr) {
+    forEachPhysicalInterface(
+        [&](uint32_t ifNum) { cJSON_AddItemToArray(interfaces, interfaceStatus(request, ifNum)); });
   }
   cJSON_AddItemToObject(data.get(), "interfaces", interfaces);
   answerWith(RC_SUCCESS, kLldp.dataKey, data.get(), AnswerStyle::Data);

@@ -8,6 +8,7 @@
 
 #include "cgi/response.h"
 #include "routes/engine/values.h"
+#include "routes/engine/walk.h"
 #include "routes/mirror/mirror.h"
 #include "tools/common.h"
 
@@ -23,6 +24,15 @@ uint32_t firstOfType(uint32_t type) {
   return openapiIfFirstGet(&clientHandle, type, &ifNum) == OPEN_E_NONE ? ifNum : 0;
 }
 
+// Calls `visit(ifNum)` for the interfaces of `type` in OpEN's order until it
+// returns false.
+template <typename Visit>
+void forEachInterfaceOf(uint32_t type, Visit visit) {
+  route::walkAscending(
+      route::kMaxInterfaces, [type](uint32_t *ifNum) { return openapiIfFirstGet(&clientHandle, type, ifNum); },
+      [type](uint32_t ifNum, uint32_t *next) { return openapiIfNextGet(&clientHandle, type, ifNum, next); }, visit);
+}
+
 uint32_t lagByNumber(const char *digits) {
   int n = 0;
   if (sscanf(digits, "%d", &n) != 1 || n < 1) return 0;
@@ -32,43 +42,39 @@ uint32_t lagByNumber(const char *digits) {
 
 // Walks the physical ports for the one at unit/slot/port.
 uint32_t portAt(int unit, int slot, int port) {
-  uint32_t ifNum = firstOfType(kPhysical);
-  for (int steps = 0; ifNum != 0 && steps < 65536; ++steps) {
+  uint32_t found = 0;
+  forEachInterfaceOf(kPhysical, [&](uint32_t ifNum) {
     uint32_t u = 0, s = 0, p = 0;
-    if (rpcclt_openapiHashIntfUnitSlotPortGet(&clientHandle, ifNum, &u, &s, &p) == OPEN_E_NONE &&
+    if (ifNum != 0 && rpcclt_openapiHashIntfUnitSlotPortGet(&clientHandle, ifNum, &u, &s, &p) == OPEN_E_NONE &&
         static_cast<int>(u) == unit && static_cast<int>(s) == slot && static_cast<int>(p) == port) {
-      return ifNum;
+      found = ifNum;
     }
-    uint32_t next = 0;
-    if (openapiIfNextGet(&clientHandle, kPhysical, ifNum, &next) != OPEN_E_NONE || next == ifNum) return 0;
-    ifNum = next;
-  }
-  return 0;
+    return ifNum != 0 && found == 0;
+  });
+  return found;
 }
 
 // The LAG's position counted from 1 in the switch's LAG order, or 0.
 int lagPosition(uint32_t ifNum) {
-  uint32_t lag = firstOfType(kLag);
-  for (int position = 1; lag != 0 && position < 65536; ++position) {
-    if (lag == ifNum) return position;
-    uint32_t next = 0;
-    if (openapiIfNextGet(&clientHandle, kLag, lag, &next) != OPEN_E_NONE || next == lag) return 0;
-    lag = next;
-  }
-  return 0;
+  int position = 0, counted = 0;
+  forEachInterfaceOf(kLag, [&](uint32_t lag) {
+    ++counted;
+    if (lag == ifNum) position = counted;
+    return lag != 0 && position == 0;
+  });
+  return position;
 }
 
 bool ipAclListed(uint32_t aclId) {
-  uint32_t id = 0;
-  int rc = rpcclt_openapiAclGetFirst(&clientHandle, kIpAclType, &id);
-  for (int steps = 0; rc == OPEN_E_NONE && steps < 65536; ++steps) {
-    if (id == aclId) return true;
-    uint32_t next = 0;
-    rc = rpcclt_openapiAclGetNext(&clientHandle, kIpAclType, id, &next);
-    if (next == id) return false;
-    id = next;
-  }
-  return false;
+  bool listed = false;
+  route::walkAscending(
+      route::kMaxAccessLists, [](uint32_t *id) { return rpcclt_openapiAclGetFirst(&clientHandle, kIpAclType, id); },
+      [](uint32_t id, uint32_t *next) { return rpcclt_openapiAclGetNext(&clientHandle, kIpAclType, id, next); },
+      [&](uint32_t id) {
+        listed = id == aclId;
+        return !listed;
+      });
+  return listed;
 }
 
 }  // namespace

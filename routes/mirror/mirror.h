@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "routes/engine/engine.h"
+#include "routes/engine/walk.h"
 #include "tools/raii.h"
 
 namespace mirror {
@@ -45,13 +46,16 @@ constexpr route::ChoiceTable kDirection = route::choiceTable(kDirectionNames, tr
 constexpr uint32_t kAttach = 1;
 
 // Calls `each` with the strtol value of every token of a comma-separated
-// list that OpEN filled, reading at most `size` bytes of it.
+// list that OpEN filled, reading at most `size` bytes of it and at most
+// `limit` tokens: a list cannot name more interfaces or VLANs than a switch has.
 template <typename Each>
-void forEachListed(const char *list, size_t size, Each each) {
+void forEachListed(const char *list, size_t size, uint32_t limit, Each each) {
   if (list == nullptr) return;
   CText copy(strndup(list, strnlen(list, size)));
   char *rest = copy.get();
-  for (char *token = rest ? strtok_r(rest, ",", &rest) : nullptr; token; token = strtok_r(nullptr, ",", &rest)) {
+  uint32_t count = 0;
+  for (char *token = rest ? strtok_r(rest, ",", &rest) : nullptr; token && count < limit;
+       token = strtok_r(nullptr, ",", &rest), ++count) {
     each(strtol(token, nullptr, 10));
   }
 }

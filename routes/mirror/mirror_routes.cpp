@@ -1,5 +1,7 @@
 // The mirror routes: one OpEN port-monitor call each, but for the
 // remote-span VLAN ranges.
+#include <algorithm>
+#include <bitset>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -30,7 +32,7 @@ constexpr BufferKind kIntfListText{5000, SizeRule::Capacity, nullptr};
 constexpr BufferKind kVlanListText{1024, SizeRule::Capacity, nullptr};
 constexpr BufferKind kAclNameText{256, SizeRule::Capacity, nullptr};
 
-constexpr uint32_t kMaxRspanVlan = 4093;
+constexpr long kMaxRspanVlan = 4093;
 
 // Selectors of the query; values of the body, the query standing in for
 // what the body lacks or gives as 0.
@@ -64,7 +66,7 @@ void showSessionWhenConfigured(cJSON *data, const Bind &bind, const Slot &slot) 
 
 void showInterfaceList(cJSON *data, const Bind &bind, const Slot &slot) {
   cJSON *list = cJSON_AddArrayToObject(data, bind.outKey);
-  forEachListed(slot.desc.pstart, slot.capacity, [&](long value) {
+  forEachListed(slot.desc.pstart, slot.capacity, kMaxInterfaces, [&](long value) {
     if (value == 0) return;
     cJSON *intf = cJSON_CreateObject();
     showInterface(intf, bind, Slot{.num = static_cast<uint32_t>(value)});
@@ -74,7 +76,7 @@ void showInterfaceList(cJSON *data, const Bind &bind, const Slot &slot) {
 
 void showVlanNumbers(cJSON *data, const Bind &bind, const Slot &slot) {
   cJSON *list = cJSON_AddArrayToObject(data, bind.outKey);
-  forEachListed(slot.desc.pstart, slot.capacity, [&](long vlan) {
+  forEachListed(slot.desc.pstart, slot.capacity, kMaxVlans, [&](long vlan) {
     if (vlan != 0) cJSON_AddItemToArray(list, cJSON_CreateNumber(static_cast<double>(vlan)));
   });
 }
@@ -88,7 +90,7 @@ uint32_t sessionInQuery() {
 void showSourcePorts(cJSON *data, const Bind &bind, const Slot &slot) {
   uint32_t session = sessionInQuery();
   cJSON *ports = cJSON_AddArrayToObject(data, bind.outKey);
-  forEachListed(slot.desc.pstart, slot.capacity, [&](long ifNum) {
+  forEachListed(slot.desc.pstart, slot.capacity, kMaxInterfaces, [&](long ifNum) {
     if (ifNum != 0) cJSON_AddItemToArray(ports, sourcePortObject(session, static_cast<uint32_t>(ifNum), true));
   });
 }
@@ -122,15 +124,42 @@ int32_t readIpAclToAttach(const Bind &, Request &request, Slot &slot) {
   return RC_SUCCESS;
 }
 
-void setRspanVlans(long first, long last) {
-  for (long vlan = first; vlan <= last; ++vlan) {
-    (void)rpcclt_openapiRemoteSpanVlanSet(&clientHandle, static_cast<uint32_t>(vlan), kAttach);
-  }
+// Reads a decimal number as "%d" would, into a long: white space and a sign
+// may lead, what follows the digits is left for the caller; out-of-range
+// values saturate instead of wrapping.
+bool readNumber(const char *&text, long *value) {
+  char *end = nullptr;
+  long number = strtol(text, &end, 10);
+  if (end == text) return false;
+  text = end;
+  *value = number;
+  return true;
 }
 
-// "10,20-22" sets VLANs 10, 20, 21 and 22; ranges stop at 4093, and start no
-// lower than 0 so that a negative start cannot mean billions of calls; other
-// tokens are passed over. The answer does not depend on the single calls.
+// Sets each VLAN of a request once: the 4094 VLANs 0 to 4093 that a range
+// can reach, and at most one call for every other token, so that no list
+// makes more than 4094 calls plus one per token.
+class RspanVlanSetter {
+ public:
+  void set(long vlan) {
+    if (vlan >= 0 && vlan <= kMaxRspanVlan) {
+      if (done_.test(static_cast<size_t>(vlan))) return;
+      done_.set(static_cast<size_t>(vlan));
+    }
+    (void)rpcclt_openapiRemoteSpanVlanSet(&clientHandle, static_cast<uint32_t>(vlan), kAttach);
+  }
+  // VLANs from `first` (no lower than 0) to `last` (no higher than 4093);
+  // a reversed range sets nothing.
+  void setRange(long first, long last) {
+    for (long vlan = std::max(first, 0L), end = std::min(last, kMaxRspanVlan); vlan <= end; ++vlan) set(vlan);
+  }
+
+ private:
+  std::bitset<kMaxRspanVlan + 1> done_;
+};
+
+// "10,20-22" sets VLANs 10, 20, 21 and 22; other tokens are passed over.
+// The answer does not depend on the single calls.
 void rspanVlansSet() {
   Request request;
   const cJSON *list = cJSON_GetObjectItem(request.body(), "vlan-list");
@@ -140,13 +169,16 @@ void rspanVlansSet() {
   }
   char text[256] = {0};
   strncpy(text, list->valuestring, sizeof text - 1);
+  RspanVlanSetter setter;
   char *rest = text;
   for (char *token = strtok_r(rest, ",", &rest); token; token = strtok_r(nullptr, ",", &rest)) {
-    int first = 0, last = 0;
-    if (sscanf(token, "%d-%d", &first, &last) == 2) {
-      setRspanVlans(first < 0 ? 0 : first, last < static_cast<int>(kMaxRspanVlan) ? last : kMaxRspanVlan);
-    } else if (sscanf(token, "%d", &first) == 1) {
-      setRspanVlans(first, first);
+    const char *at = token;
+    long first = 0, last = 0;
+    if (!readNumber(at, &first)) continue;
+    if (*at == '-' && readNumber(++at, &last)) {
+      setter.setRange(first, last);
+    } else {
+      setter.set(first);
     }
   }
   answerWith(RC_SUCCESS, nullptr, nullptr, AnswerStyle::Line);

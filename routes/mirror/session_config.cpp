@@ -57,7 +57,7 @@ cJSON *sourcePortsOf(uint32_t session) {
   CText list = listText(kPortListSize, [&](open_buffdesc *desc) {
     return rpcclt_openapiSwPortMonitorSourcePortsListGet(&clientHandle, session, desc);
   });
-  forEachListed(list.get(), kPortListSize, [&](long ifNum) {
+  forEachListed(list.get(), kPortListSize, kMaxInterfaces, [&](long ifNum) {
     if (ifNum != 0) cJSON_AddItemToArray(ports, sourcePortObject(session, static_cast<uint32_t>(ifNum), false));
   });
   return ports;
@@ -68,7 +68,7 @@ cJSON *sourceVlansOf(uint32_t session) {
   CText list = listText(kVlanListSize, [&](open_buffdesc *desc) {
     return rpcclt_openapiSwMonitorVlanListGet(&clientHandle, session, desc);
   });
-  forEachListed(list.get(), kVlanListSize, [&](long vlan) {
+  forEachListed(list.get(), kVlanListSize, kMaxVlans, [&](long vlan) {
     if (vlan > 0) cJSON_AddItemToArray(vlans, cJSON_CreateNumber(static_cast<double>(vlan)));
   });
   return vlans;
@@ -117,6 +117,15 @@ void sessionConfigGet() {
 
 bool nonEmptyArray(const cJSON *item) { return cJSON_IsArray(item) && cJSON_GetArraySize(item) > 0; }
 
+// Each element costs OpEN calls: a list longer than a switch's interfaces or
+// VLANs names some twice or is not a session at all.
+bool withinBounds(const cJSON *sources) {
+  const cJSON *interfaces = cJSON_GetObjectItem(sources, "interfaces");
+  const cJSON *vlans = cJSON_GetObjectItem(sources, "vlans");
+  return (!cJSON_IsArray(interfaces) || cJSON_GetArraySize(interfaces) <= static_cast<int>(kMaxInterfaces)) &&
+         (!cJSON_IsArray(vlans) || cJSON_GetArraySize(vlans) <= static_cast<int>(kMaxVlans));
+}
+
 bool onlyDigits(const char *text) { return text[0] != '\0' && strspn(text, "0123456789") == strlen(text); }
 
 // A session mirrors ports or VLANs, never both; an ACL filter names its type
@@ -127,6 +136,7 @@ bool documentIsValid(const cJSON *document) {
       nonEmptyArray(cJSON_GetObjectItem(sources, "vlans"))) {
     return false;
   }
+  if (!withinBounds(sources)) return false;
   const cJSON *filter = cJSON_GetObjectItem(document, "aclFilter");
   if (filter == nullptr || cJSON_IsNull(filter)) return true;
   if (!cJSON_IsObject(filter)) return false;

@@ -181,19 +181,31 @@ TEST_F(MirrorTest, RefusesMissingValuesBeforeOpen) {
   }
 }
 
-TEST_F(MirrorTest, RemoteSpanRangesSetEachVlanAndAlwaysSucceed) {
-  // A range starts no lower than 0, however negative its start.
-  EXPECT_EQ(call("PUT", kMirror + "/remote-span-vlan", R"({"vlan-list":"10,20-22,x,4090-5000,-2000000000-1"})").out,
-            ok());
-  std::string sets;
-  for (const std::string &line : callsOf("openapiRemoteSpanVlanSet")) sets += line.substr(line.find("\"in\"")) + "\n";
-  std::string expected;
-  for (int vlan : {10, 20, 21, 22, 4090, 4091, 4092, 4093, 0, 1}) {
-    // Only VLANs 1, 10 and 20 exist: the others are refused, and the answer does not care.
-    bool exists = vlan == 1 || vlan == 10 || vlan == 20;
-    expected += R"("in":[)" + std::to_string(vlan) + R"(,1],"rc":)" + (exists ? "0" : "-22") + "}\n";
+TEST_F(MirrorTest, RemoteSpanRangesSetEachVlanOnceAndAlwaysSucceed) {
+  // A range starts no lower than 0 and ends no higher than 4093; a range
+  // whose end lies below its start sets nothing, and no VLAN is set twice.
+  const struct {
+    const char *list;
+    std::vector<int> vlans;
+  } cases[] = {
+      {"10,20-22,x,4090-5000,-2000000000-1,21", {10, 20, 21, 22, 4090, 4091, 4092, 4093, 0, 1}},
+      {"5--1102,", {}},
+      {"30-25,7-7", {7}},
+  };
+  for (const auto &c : cases) {
+    SCOPED_TRACE(c.list);
+    ctlOk({"calls", "clear"});
+    EXPECT_EQ(call("PUT", kMirror + "/remote-span-vlan", std::string(R"({"vlan-list":")") + c.list + "\"}").out, ok());
+    std::string sets;
+    for (const std::string &line : callsOf("openapiRemoteSpanVlanSet")) sets += line.substr(line.find("\"in\"")) + "\n";
+    std::string expected;
+    for (int vlan : c.vlans) {
+      // Only VLANs 1, 10 and 20 exist: the others are refused, and the answer does not care.
+      bool exists = vlan == 1 || vlan == 10 || vlan == 20;
+      expected += R"("in":[)" + std::to_string(vlan) + R"(,1],"rc":)" + (exists ? "0" : "-22") + "}\n";
+    }
+    EXPECT_EQ(sets, expected);
   }
-  EXPECT_EQ(sets, expected);
 }
 
 TEST_F(MirrorTest, IpAclAttachesByNumberOrByName) {
@@ -301,10 +313,21 @@ TEST_F(MirrorTest, SessionDocumentsComeBackAsTheyWerePut) {
   }
 }
 
+// More sources than a switch has interfaces or VLANs, each to be asked of OpEN.
+std::string sourceList(const char *member, const std::string &element, int count) {
+  std::string list;
+  for (int i = 0; i < count; ++i) list += (i ? "," : "") + element;
+  return std::string(R"({"sources":{")") + member + R"(":[)" + list + "]}}";
+}
+
 TEST_F(MirrorTest, InvalidSessionDocumentsChangeNothing) {
+  const std::string tooManyPorts = sourceList("interfaces", R"({"interface":"1/0/3"})", 1025);
+  const std::string tooManyVlans = sourceList("vlans", "10", 4095);
   const struct {
     const char *query, *body;
   } cases[] = {
+      {"sessionId=1", tooManyPorts.c_str()},
+      {"sessionId=1", tooManyVlans.c_str()},
       {"sessionId=5", "{}"},
       {"sessionId=1", "{"},
       {"sessionId=1", R"({"sources":{"interfaces":[{"interface":"1/0/3"}],"vlans":[10]}})"},
@@ -315,7 +338,7 @@ TEST_F(MirrorTest, InvalidSessionDocumentsChangeNothing) {
       {"sessionId=1", R"({"aclFilter":{"type":"L3","aclName":"99"}})"},
   };
   for (const auto &c : cases) {
-    SCOPED_TRACE(c.body);
+    SCOPED_TRACE(std::string(c.body).substr(0, 80));
     ctlOk({"calls", "clear"});
     EXPECT_EQ(call("PUT", kSession + "/config?" + c.query, c.body).out, refused(10003, "Invalid argument"));
     EXPECT_TRUE(callsOf("openapiSwPortMonitorSessionRemove").empty());

@@ -1,8 +1,13 @@
 // The route engine's compile-time check: a row's bindings must fit the
 // OpEN function it calls, argument by argument. These are static
 // assertions: the unit tests do not build when the check goes wrong.
+// Then the bounds of the walks over OpEN tables.
+#include <gtest/gtest.h>
+
+#include <vector>
 
 #include "routes/engine/engine.h"
+#include "routes/engine/walk.h"
 
 namespace {
 
@@ -22,5 +27,58 @@ static_assert(!callFits(Call{open<rpcclt_openapiStatGet>, {query("c"), query("i"
 static_assert(!callFits(Call{open<rpcclt_openapiStatStringGet>, {query("c"), query("i"), out("v")}}));
 static_assert(!callFits(Call{open<rpcclt_openapiSflowSourceIpv6AddrGet>, {record<open_revision_data_t>(nullptr, nullptr, "v")}}));
 static_assert(callFits(Call{open<rpcclt_openapiSflowSourceIpv6AddrGet>, {outIpv6("v")}}));
+
+}  // namespace
+
+// ---- Walks over OpEN tables ----
+
+namespace {
+
+// A table as OpEN hands it out: `answers` are the keys that the first call
+// and each next call give, a call past them fails; an endless table answers
+// every next call with the key after the one asked about.
+struct WalkCase {
+  const char *name;
+  std::vector<uint32_t> answers;
+  bool endless;
+  uint32_t limit;
+  uint32_t stopAt;  // the visitor asks to stop after this key; 0 never
+  std::vector<uint32_t> visited;
+  int calls;
+};
+
+TEST(WalkTest, EndsWithTheTableAtAKeyThatDoesNotAdvanceAndAtItsBound) {
+  const WalkCase cases[] = {
+      {"whole table", {3, 5, 9}, false, 100, 0, {3, 5, 9}, 4},
+      {"empty table", {}, false, 100, 0, {}, 1},
+      {"key stands still", {3, 5, 5, 7}, false, 100, 0, {3, 5}, 3},
+      {"key goes back", {3, 7, 2, 9}, false, 100, 0, {3, 7}, 3},
+      {"visitor stops", {3, 5, 9}, false, 100, 5, {3, 5}, 2},
+      {"endless table", {1}, true, 4, 0, {1, 2, 3, 4}, 4},
+  };
+  for (const WalkCase &c : cases) {
+    SCOPED_TRACE(c.name);
+    int calls = 0;
+    auto answer = [&](uint32_t asked, uint32_t *key) {
+      size_t at = static_cast<size_t>(calls++);
+      if (c.endless && at > 0) {
+        *key = asked + 1;
+        return OPEN_E_NONE;
+      }
+      if (at >= c.answers.size()) return OPEN_E_NOT_FOUND;
+      *key = c.answers[at];
+      return OPEN_E_NONE;
+    };
+    std::vector<uint32_t> visited;
+    route::walkAscending(
+        c.limit, [&](uint32_t *key) { return answer(0, key); }, answer,
+        [&](uint32_t key) {
+          visited.push_back(key);
+          return key != c.stopAt;
+        });
+    EXPECT_EQ(visited, c.visited);
+    EXPECT_EQ(calls, c.calls);
+  }
+}
 
 }  // namespace
