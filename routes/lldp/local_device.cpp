@@ -2,6 +2,7 @@
 // management address, VLAN and aggregation data, IEEE 802.3
 // auto-negotiation and LLDP-MED media policies.
 #include "cgi/response.h"
+#include "routes/families.h"
 #include "routes/lldp/lldp.h"
 #include "tools/common.h"
 
@@ -53,8 +54,14 @@ void localDevicesGet() {
   answerWith(RC_SUCCESS, kLldp.dataKey, data.get(), AnswerStyle::Data);
 }
 
+// A row of the page; a text that cannot be read is "".
+constexpr Bind kLocalDeviceParts[] = {out("interface"), outText("port-id", kPageText),
+                                      outText("port-description", kPageText)};
+
 constexpr Route kLocalDeviceRoutes[] = {
-    custom("local-device", HTTPD_GET, localDevicesGet),
+    custom("local-device", HTTPD_GET, localDevicesGet, kPageRead,
+           "What the switch advertises on each physical interface: port ID and description",
+           {outList("local-devices", kLocalDeviceParts)}),
     {"intf-local-device-chassis-id", HTTPD_GET, &kDeviceRead,
      {open<rpcclt_openapiLldpIntfLocalDeviceChassisIdGet>,
       {kIfNum, out("chassisIdSubtype"), outText("chassisId", kLongText)}}},
@@ -106,7 +113,7 @@ static_assert(std::size(kLocalDeviceRoutes) == 23);
 
 }  // namespace
 
-void localDeviceRoutesRegister(httpdTable *table) { registerRoutes<kLocalDeviceRoutes>(table, kDir); }
-std::span<const route::Route> localDeviceRoutes() { return kLocalDeviceRoutes; }
-
 }  // namespace lldp
+
+constinit const route::RouteGroup route_groups::kLldpLocalDevice =
+    route::routeGroup<lldp::kLocalDeviceRoutes>(lldp::kDir);

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "cgi/response.h"
+#include "routes/families.h"
 #include "routes/lldp/lldp.h"
 #include "tools/common.h"
 
@@ -85,8 +86,17 @@ void remoteDevicesGet() {
   answerWith(RC_SUCCESS, kLldp.dataKey, data.get(), AnswerStyle::Data);
 }
 
+// A row of the page; a text that cannot be read is "", the first
+// organisationally defined TLV null.
+constexpr Bind kRemoteDeviceParts[] = {
+    out("interface"), outText("chassis-id", kPageText), outText("port-id", kPageText),
+    outText("system-name", kPageText), outText("org-def-oui", kPageText).orNull(), out("org-def-subtype").orNull()};
+
 constexpr Route kRemoteDeviceRoutes[] = {
-    custom("remote-device", HTTPD_GET, remoteDevicesGet),
+    custom("remote-device", HTTPD_GET, remoteDevicesGet, kPageRead,
+           "Every neighbour of every interface: its chassis and port IDs, system name and first "
+           "organisationally defined TLV",
+           {outList("remote-devices", kRemoteDeviceParts)}),
     {"remote-intf-first", HTTPD_GET, &kDeviceRead, {open<rpcclt_openapiLldpRemoteIntfFirstGet>, {out("ifNum")}}},
     {"remote-intf-next", HTTPD_GET, &kDeviceRead,
      {open<rpcclt_openapiLldpRemoteIntfNextGet>, {query("ifNum"), out("nextIfNum")}}},
@@ -212,7 +222,7 @@ static_assert(std::size(kRemoteDeviceRoutes) == 56);
 
 }  // namespace
 
-void remoteDeviceRoutesRegister(httpdTable *table) { registerRoutes<kRemoteDeviceRoutes>(table, kDir); }
-std::span<const route::Route> remoteDeviceRoutes() { return kRemoteDeviceRoutes; }
-
 }  // namespace lldp
+
+constinit const route::RouteGroup route_groups::kLldpRemoteDevice =
+    route::routeGroup<lldp::kRemoteDeviceRoutes>(lldp::kDir);

@@ -5,6 +5,7 @@
 
 #include "cgi/response.h"
 #include "routes/engine/values.h"
+#include "routes/families.h"
 #include "routes/snmp/snmp.h"
 #include "tools/address.h"
 
@@ -161,6 +162,6 @@ static_assert(std::size(kAccessRoutes) == 17);
 
 }  // namespace
 
-void accessRoutesRegister(httpdTable *table) { registerRoutes<kAccessRoutes>(table, kDir); }
-
 }  // namespace snmp
+
+constinit const route::RouteGroup route_groups::kSnmpAccess = route::routeGroup<snmp::kAccessRoutes>(snmp::kDir);
