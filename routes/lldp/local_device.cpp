@@ -27,6 +27,9 @@ void showVlanList(cJSON *data, const Bind &, const Slot &slot) {
   }
 }
 
+constexpr Bind kVlanId[] = {out(nullptr)};
+constexpr Bind kVlanListShown[] = {out("numEntries"), outList("ids", kVlanId)};
+
 // One interface: its port ID and description, "" when a read fails.
 cJSON *localDeviceRow(uint32_t ifNum, uint32_t length) {
   cJSON *row = cJSON_CreateObject();
@@ -83,7 +86,8 @@ constexpr Route kLocalDeviceRoutes[] = {
     {"intf-local-device-port-vlan", HTTPD_GET, &kDeviceRead,
      {open<rpcclt_openapiLldpIntfLocalDevicePortVlanGet>, {kIfNum, out("portVlan")}}},
     {"intf-local-device-vlan", HTTPD_GET, &kDeviceRead,
-     {open<rpcclt_openapiLldpIntfLocalDeviceVlanGet>, {kIfNum, record<open_lldp_vlan_list_t>(nullptr, showVlanList)}}},
+     {open<rpcclt_openapiLldpIntfLocalDeviceVlanGet>,
+      {kIfNum, record<open_lldp_vlan_list_t>(nullptr, showVlanList).made(kVlanListShown)}}},
     {"intf-local-device-vlan-name", HTTPD_GET, &kDeviceRead,
      {open<rpcclt_openapiLldpIntfLocalDeviceVlanNameGet>, {kIfNum, query("vlanId"), outText("vlanName", kLongText)}}},
     {"intf-local-device-max-frame-size", HTTPD_GET, &kDeviceRead,

@@ -22,10 +22,13 @@ void showCapabilityBytes(cJSON *data, const Bind &bind, const Slot &slot) {
   for (uint8_t byte : caps.bitmap) cJSON_AddItemToArray(bytes, cJSON_CreateNumber(byte));
   cJSON_AddItemToObject(data, bind.outKey, bytes);
 }
+constexpr Bind kByte[] = {out(nullptr)};
+constexpr Bind kSupportedBytes[] = {outList("supportedCapabilities", kByte)};
+constexpr Bind kEnabledBytes[] = {outList("enabledCapabilities", kByte)};
 constexpr Bind kSupportedCapabilities =
-    record<open_lldp_med_capabilities_t>(nullptr, showCapabilityBytes, "supportedCapabilities");
+    record<open_lldp_med_capabilities_t>(nullptr, showCapabilityBytes, "supportedCapabilities").made(kSupportedBytes);
 constexpr Bind kEnabledCapabilities =
-    record<open_lldp_med_capabilities_t>(nullptr, showCapabilityBytes, "enabledCapabilities");
+    record<open_lldp_med_capabilities_t>(nullptr, showCapabilityBytes, "enabledCapabilities").made(kEnabledBytes);
 
 // One neighbour of the table. Its identity reads give "" when they fail;
 // the first organisationally defined TLV's OUI and subtype give null.
