@@ -14,6 +14,7 @@
 #include "cgi/httpd.h"
 #include "cgi/response.h"
 #include "routes/families.h"
+#include "tools/openapi/open_names.h"
 #include "tools/openapi/schema.h"
 #include "tools/raii.h"
 
@@ -22,24 +23,6 @@ namespace {
 using apidoc::Input;
 
 // ---- Names ----
-
-// OpEN's interface name of the function a row calls.
-struct NamedCall {
-  int (*invoke)(route::Slot *);
-  const char *name;
-};
-#define OPEN_OP(kind, name, ...) {route::open<&OPEN_FN_##kind(name)>.invoke, #name},
-constexpr NamedCall kNamedCalls[] = {
-#include "open/open_ops.def"
-};
-#undef OPEN_OP
-
-const char *openNameOf(const route::Route &row) {
-  for (const NamedCall &call : kNamedCalls) {
-    if (call.invoke == row.call.open.invoke) return call.name;
-  }
-  return nullptr;
-}
 
 const char *methodName(int method) {
   switch (method) {
@@ -303,7 +286,7 @@ cJSON *envelopeOf(const route::Route &row) {
 }
 
 cJSON *operationOf(const route::Route &row, const char *dir) {
-  const char *openName = row.call.open.invoke != nullptr ? openNameOf(row) : nullptr;
+  const char *openName = row.call.open.invoke != nullptr ? apidoc::openNameOf(row.call.open) : nullptr;
   cJSON *operation = cJSON_CreateObject();
   cJSON_AddStringToObject(operation, "operationId", operationId(row.method, dir, row.op).c_str());
   cJSON_AddItemToArray(cJSON_AddArrayToObject(operation, "tags"), cJSON_CreateString(tagOf(dir)));
