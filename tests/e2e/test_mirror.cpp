@@ -1,5 +1,5 @@
-// Mirror and session routes: what reaches OpEN and how each answer is
-// written, the session document, and the simulated port monitor.
+// Mirror and session routes: the quirks of their rows, the session
+// document, and the simulated port monitor.
 #include "tests/e2e/harness.h"
 
 namespace {
@@ -29,7 +29,10 @@ class MirrorTest : public SwitchTest {
   }
 };
 
-TEST_F(MirrorTest, EveryRowCallsItsOperationAndAnswersItsKeys) {
+// The quirks of the rows (every row's plain behaviour is the route check's):
+// interface names, directions asked per port, words in any case, values the
+// body gives as 0 taken from the query, the yes/no answers.
+TEST_F(MirrorTest, RowsNameInterfacesAndReadWordsInAnyCase) {
   const std::string intf24 = R"({"intIfNum":24,"interface":"1/0/24"})";
   expectRoutes(kMirror, "mirror", {
       // Port 7 is no source of session 1: its direction cannot be read.
@@ -42,42 +45,18 @@ TEST_F(MirrorTest, EveryRowCallsItsOperationAndAnswersItsKeys) {
        "[1,3]", R"({"direction":"tx"})", false},
       {"POST", "sw-port-monitor-source-port?sessionNum=2", R"({"intIfNum":5,"direction":"RX"})",
        "openapiSwPortMonitorSourcePortAdd", "[]", "[2,5,2]", "", true},
-      // A value the body gives as 0 comes from the query.
       {"POST", "sw-port-monitor-source-port?sessionNum=3", R"({"sessionNum":0,"intIfNum":5})",
        "openapiSwPortMonitorSourcePortAdd", "[]", "[3,5,1]", "", true},
-      {"DELETE", "sw-port-monitor-source-port?sessionNum=1&intIfNum=2", "", "openapiSwPortMonitorSourcePortRemove",
-       "[]", "[1,2]", "", true},
       {"GET", "sw-port-monitor-dest-port?sessionNum=1", "", "openapiSwPortMonitorDestPortGet", "[24]", "[1]", intf24,
        false},
       {"GET", "sw-port-monitor-dest-port?sessionNum=1", "", "openapiSwPortMonitorDestPortGet", "[999]", "[1]",
        R"({"intIfNum":999,"interface":"999"})", false},
-      {"PUT", "sw-port-monitor-dest-port", R"({"sessionNum":3,"intIfNum":21})", "openapiSwPortMonitorDestPortSet",
-       "[]", "[3,21]", "", true},
-      {"DELETE", "sw-port-monitor-dest-port?sessionNum=1", "", "openapiSwPortMonitorDestPortRemove", "[]", "[1]", "",
-       true},
-      {"GET", "sw-port-monitor-mode?sessionNum=1", "", "openapiSwPortMonitorModeGet", "[1]", "[1]",
-       R"({"mode":"enable"})", false},
       {"PUT", "sw-port-monitor-mode?sessionNum=1", R"({"mode":"ENABLE"})", "openapiSwPortMonitorModeSet", "[]",
        "[1,1]", "", true},
-      {"POST", "sw-port-monitor-session-count", "", "openapiSwPortMonitorSessionCount", "[4]", "[]",
-       R"({"session-count":4})", false},
-      {"DELETE", "sw-port-monitor-config", "", "openapiSwPortMonitorConfigRemove", "[]", "[]", "", true},
-      {"DELETE", "sw-port-monitor-session?sessionNum=4", "", "openapiSwPortMonitorSessionRemove", "[]", "[4]", "",
-       true},
       {"POST", "sw-port-monitor-is-dest-configured?intIfNum=24", "", "openapiSwPortMonitorIsDestConfigured", "[1,1]",
        "[24]", R"({"configured":true,"sessionNum":1})", false},
       {"POST", "sw-port-monitor-is-dest-configured?intIfNum=23", "", "openapiSwPortMonitorIsDestConfigured", "[2,3]",
        "[23]", R"({"configured":false})", false},
-      {"POST", "sw-port-monitor-is-src-configured?intIfNum=5", "", "openapiSwPortMonitorIsSrcConfigured", "[0]",
-       "[5]", R"({"configured":false})", false},
-      {"GET", "sw-port-monitor-src-configured-session?intIfNum=1", "", "openapiSwPortMonitorSrcConfiguredSessionGet",
-       "[1]", "[1]", R"({"sessionNum":1})", false},
-      {"POST", "sw-port-monitor-is-valid-src-port?intIfNum=37", "", "openapiSwPortMonitorIsValidSrcPort", "[1]",
-       "[37]", R"({"valid":true})", false},
-      {"POST", "sw-port-monitor-is-valid-dest-port?intIfNum=29", "", "openapiSwPortMonitorIsValidDestPort", "[0]",
-       "[29]", R"({"valid":false})", false},
-      {"GET", "sw-port-monitor-valid-src-intf-first", "", "openapiSwPortMonitorValidSrcIntfFirstGet", "[37]", "[]",
-       R"({"intIfNum":37,"interface":"cpu"})", false},
       {"GET", "sw-port-monitor-valid-src-intf-next?intIfNum=29", "", "openapiSwPortMonitorValidSrcIntfNextGet",
        "[30]", "[29]", R"({"intIfNum":30,"interface":"lag2"})", false},
       {"GET", "sw-port-monitor-valid-src-intf-list", "", "openapiSwPortMonitorValidSrcIntfListGet", R"(["3,29,0,37"])",
@@ -85,47 +64,13 @@ TEST_F(MirrorTest, EveryRowCallsItsOperationAndAnswersItsKeys) {
        R"({"valid-src-interfaces":[{"intIfNum":3,"interface":"1/0/3"},{"intIfNum":29,"interface":"lag1"},)"
        R"({"intIfNum":37,"interface":"cpu"}]})",
        false},
-      {"GET", "sw-port-monitor-valid-dest-intf-first", "", "openapiSwPortMonitorValidDestIntfFirstGet", "[24]", "[]",
-       intf24, false},
       {"GET", "sw-port-monitor-valid-dest-intf-next?intIfNum=5", "", "openapiSwPortMonitorValidDestIntfNextGet", "[0]",
        "[5]", R"({"interface":null})", false},
-      {"GET", "sw-port-monitor-valid-dest-intf-list", "", "openapiSwPortMonitorValidDestIntfListGet", R"(["24"])", "[]",
-       R"({"valid-dest-interfaces":[)" + intf24 + "]}", false},
-      {"GET", "sw-monitor-vlan-list?sessionNum=2", "", "openapiSwMonitorVlanListGet", R"(["10,20"])", "[2]",
-       R"({"vlan-list":"10,20"})", false},
-      {"PUT", "sw-monitor-vlan-list", R"({"sessionNum":2,"vlan-list":"10-20"})", "openapiSwMonitorVlanListSet", "[]",
-       R"([2,"10-20",1])", "", true},
-      {"GET", "sw-monitor-src-type?sessionNum=1", "", "openapiSwMonitorSrcTypeGet", "[1]", "[1]", R"({"src-type":1})",
-       false},
-      {"GET", "sw-monitor-dst-type?sessionNum=1", "", "openapiSwMonitorDstTypeGet", "[2]", "[1]", R"({"dst-type":2})",
-       false},
-      {"GET", "sw-monitor-remote-src-vlan?sessionNum=1", "", "openapiSwMonitorRemoteSrcVlanGet", "[30]", "[1]",
-       R"({"remote-src-vlan":30})", false},
-      {"PUT", "sw-remote-monitor-src-vlan?sessionNum=1", R"({"vlanId":30})", "openapiSwRemoteMonitorSrcVlanSet", "[]",
-       "[1,30]", "", true},
-      {"GET", "sw-monitor-remote-dst-vlan?sessionNum=1", "", "openapiSwMonitorRemoteDstVlanGet", "[31]", "[1]",
-       R"({"remote-dst-vlan":31})", false},
-      {"PUT", "sw-remote-monitor-dst-vlan", R"({"sessionNum":1,"vlanId":31})", "openapiSwRemoteMonitorDstVlanSet",
-       "[]", "[1,31]", "", true},
-      {"GET", "sw-monitor-reflector-port?sessionNum=1", "", "openapiSwMonitorReflectorPortGet", "[0]", "[1]",
-       R"({"interface":null})", false},
-      {"PUT", "sw-monitor-reflector-port", R"({"sessionNum":1,"intIfNum":26})", "openapiSwMonitorReflectorPortSet",
-       "[]", "[1,26]", "", true},
       {"GET", "sw-monitor-ip-acl?sessionNum=1", "", "openapiSwMonitorIpAclGet", "[101]", "[1]",
        R"({"ip-acl-id":101,"ip-acl":"block-telnet"})", false},
       {"PUT", "sw-monitor-ip-acl?sessionNum=1&acl-id=23", "{}", "openapiSwMonitorIpAclSet", "[]", "[1,23,1]", "", true},
-      {"GET", "sw-monitor-mac-acl?sessionNum=1", "", "openapiSwMonitorMacAclGet", R"(["trusted-macs"])", "[1]",
-       R"({"mac-acl":"trusted-macs"})", false},
-      {"PUT", "sw-monitor-mac-acl", R"({"sessionNum":1,"mac-acl":"block-bpdu"})", "openapiSwMonitorMacAclSet", "[]",
-       R"([1,"block-bpdu",1])", "", true},
-      {"GET", "remote-span-vlan", "", "openapiRemoteSpanVlanGet", "[20]", "[]", R"({"rspan-vlan":20})", false},
-      {"GET", "remote-span-vlan-next?rspanVlan=10", "", "openapiRemoteSpanVlanNextGet", "[20]", "[10]",
-       R"({"rspan-vlan-next":20})", false},
       {"GET", "remote-span-vlan-list", "", "openapiRemoteSpanVlanListGet", R"(["10,20"])", "[]",
        R"({"rspan-vlans":[10,20]})", false},
-      {"POST", "is-rspan-vlan?vlanId=10", "", "openapiMirrorIsRspanVlan", "[1]", "[10]", R"({"is-rspan-vlan":true})",
-       false},
-      {"POST", "is-src-vlan?vlanId=20", "", "openapiMirrorIsSrcVlan", "[0]", "[20]", R"({"is-src-vlan":false})", false},
       {"GET", "session-reserve-state?sessionNum=2", "", "openapiMirrorSessionReserveStateGet", "[1]", "[2]",
        R"({"reserve-state":"reserved"})", false},
       {"PUT", "session-reserve-state", R"({"sessionNum":2,"reserve-state":"Reserved"})",
@@ -135,26 +80,18 @@ TEST_F(MirrorTest, EveryRowCallsItsOperationAndAnswersItsKeys) {
 
 TEST_F(MirrorTest, ReadsShowTheirDefaultsWhenOpenFails) {
   const struct {
-    const char *method, *uri, *op, *data;
+    const char *uri, *op, *data;
   } cases[] = {
-      {"GET", "sw-port-monitor-dest-port?sessionNum=1", "openapiSwPortMonitorDestPortGet", R"({"interface":null})"},
-      {"GET", "sw-port-monitor-mode?sessionNum=1", "openapiSwPortMonitorModeGet", R"({"mode":"disable"})"},
-      {"GET", "source-port-direction?sessionNum=1&intIfNum=1", "openapiMirrorSourcePortDirectionGet",
-       R"({"direction":"both"})"},
-      {"GET", "session-reserve-state?sessionNum=1", "openapiMirrorSessionReserveStateGet",
-       R"({"reserve-state":"unreserved"})"},
-      {"POST", "sw-port-monitor-is-dest-configured?intIfNum=24", "openapiSwPortMonitorIsDestConfigured",
-       R"({"configured":false})"},
-      {"GET", "sw-monitor-vlan-list?sessionNum=1", "openapiSwMonitorVlanListGet", R"({"vlan-list":""})"},
-      {"GET", "remote-span-vlan-list", "openapiRemoteSpanVlanListGet", R"({"rspan-vlans":[]})"},
-      {"GET", "sw-port-monitor-source-ports-list?sessionNum=1", "openapiSwPortMonitorSourcePortsListGet",
+      {"sw-port-monitor-dest-port?sessionNum=1", "openapiSwPortMonitorDestPortGet", R"({"interface":null})"},
+      {"remote-span-vlan-list", "openapiRemoteSpanVlanListGet", R"({"rspan-vlans":[]})"},
+      {"sw-port-monitor-source-ports-list?sessionNum=1", "openapiSwPortMonitorSourcePortsListGet",
        R"({"source-ports":[]})"},
-      {"GET", "sw-monitor-ip-acl?sessionNum=1", "openapiSwMonitorIpAclGet", R"({"ip-acl-id":0,"ip-acl":null})"},
+      {"sw-monitor-ip-acl?sessionNum=1", "openapiSwMonitorIpAclGet", R"({"ip-acl-id":0,"ip-acl":null})"},
   };
   for (const auto &c : cases) {
     SCOPED_TRACE(c.uri);
     ctlOk({"fault", c.op, "-20", "1"});
-    EXPECT_EQ(call(c.method, kMirror + "/" + c.uri).out, ok(c.data));
+    EXPECT_EQ(call("GET", kMirror + "/" + c.uri).out, ok(c.data));
   }
 }
 
@@ -162,14 +99,11 @@ TEST_F(MirrorTest, RefusesMissingValuesBeforeOpen) {
   const struct {
     const char *method, *uri, *body, *op;
   } cases[] = {
-      {"POST", "sw-port-monitor-is-valid-src-port", "", "openapiSwPortMonitorIsValidSrcPort"},
       {"POST", "sw-port-monitor-is-valid-src-port?intIfNum=0", "", "openapiSwPortMonitorIsValidSrcPort"},
+      // The yes/no routes read their key from the query only.
       {"POST", "is-rspan-vlan?vlanId=abc", R"({"vlanId":10})", "openapiMirrorIsRspanVlan"},
       {"POST", "sw-port-monitor-source-port?sessionNum=1", R"({"direction":"rx"})",
        "openapiSwPortMonitorSourcePortAdd"},
-      {"PUT", "sw-port-monitor-dest-port?sessionNum=1&intIfNum=5", "intIfNum=5", "openapiSwPortMonitorDestPortSet"},
-      {"PUT", "sw-port-monitor-mode?sessionNum=1", R"({"mode":1})", "openapiSwPortMonitorModeSet"},
-      {"PUT", "session-reserve-state?sessionNum=1", "{}", "openapiMirrorSessionReserveStateSet"},
       {"PUT", "remote-span-vlan", R"({"vlan-list":10})", "openapiRemoteSpanVlanSet"},
       {"PUT", "sw-monitor-ip-acl?sessionNum=1", R"({"acl-id":0})", "openapiSwMonitorIpAclSet"},
   };
