@@ -108,17 +108,4 @@ TEST_F(FrameTest, WaitsForAServerThatComesUpLate) {
   EXPECT_EQ(callsOf("openapiConnectivityCheck").size(), 3u);
 }
 
-TEST_F(FrameTest, GivesUpWithStatus255WhenOpenNeverAnswers) {
-  ctlOk({"fault", "openapiConnectivityCheck", "-1"});
-  ProcessResult result = call("GET", kStat);
-  EXPECT_EQ(result.status, 255);
-  EXPECT_EQ(result.out, "");
-  EXPECT_EQ(callsOf("openapiConnectivityCheck").size(), 7u);
-  EXPECT_EQ(countOf(readFile("/tmp/zr301.log"), "Keep trying"), 6);
-  stopDaemon();  // and with no server at all: the connection itself fails
-  ProcessResult down = call("GET", kStat);
-  EXPECT_EQ(down.status, 255);
-  EXPECT_EQ(down.out, "");
-}
-
 }  // namespace
