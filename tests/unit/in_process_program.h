@@ -26,8 +26,7 @@ class InProcessProgram {
   InProcessSwitch &sim() { return sim_; }
   SimDispatcher &dispatcher() { return sim_.dispatcher(); }
   // As the web server starts the program for one request of an administrator.
-  Answer request(const std::string &method, const std::string &path, const std::string &query,
-                 const std::string &body);
+  Answer request(const std::string &method, const std::string &path, const std::string &query, const std::string &body);
   // The call log's lines whose operation is `op` (every line for "").
   std::vector<std::string> callsOf(const std::string &op);
 

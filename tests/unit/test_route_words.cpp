@@ -3,9 +3,8 @@
 // request sends reaches OpEN as its value, each value OpEN gives is shown as
 // its word, and a word in another case or one nobody knows is taken as the
 // enumeration's rule says.
-#include <gtest/gtest.h>
-
 #include <cjson/cJSON.h>
+#include <gtest/gtest.h>
 
 #include <cctype>
 #include <sstream>
@@ -38,8 +37,8 @@ struct Sent {
   int arg;  // its place in the call log's inputs
   const char *words;
   bool anyCase;
-  long otherwise;              // the value of a word nobody knows
-  const char *others = "{}";   // the body's other members
+  long otherwise;             // the value of a word nobody knows
+  const char *others = "{}";  // the body's other members
 };
 
 const Sent kSent[] = {
@@ -62,7 +61,8 @@ const Sent kSent[] = {
      false, 0},
     {"GET", "sflow/fs-packet-sampling-rate", "ifNum=1&instance=1&", "type", nullptr,
      "openapiSflowFsPacketSamplingRateGet", 2, "flow_based=1 egress=2", false, 0},
-    {"PUT", "sflow/cfg-mode", "", nullptr, "sflowConfigMode", "openapiSflowCfgModeSet", 0, "enable=1 disable=0", false, 0},
+    {"PUT", "sflow/cfg-mode", "", nullptr, "sflowConfigMode", "openapiSflowCfgModeSet", 0, "enable=1 disable=0", false,
+     0},
     {"POST", "snmp/community", "", nullptr, "accessType", "openapiSnmpCommunityCreate", 1,
      "snmp_community_access_ro=1 snmp_community_access_rw=2 snmp_community_access_su=3", false, 0},
     {"DELETE", "snmp/group", "", "securityModel", nullptr, "openapiSnmpGroupDelete", 2, "snmpv1=1 snmpv2c=2 usm=3",
@@ -123,8 +123,8 @@ const Shown kShown[] = {
      "disable"},
     {"GET", "mirror/source-port-direction?sessionNum=1&intIfNum=1", "openapiMirrorSourcePortDirectionGet", "[%]",
      "direction", "both=1 rx=2 tx=3", "both"},
-    {"GET", "mirror/session-reserve-state?sessionNum=1", "openapiMirrorSessionReserveStateGet", "[%]",
-     "reserve-state", "reserved=1", "unreserved"},
+    {"GET", "mirror/session-reserve-state?sessionNum=1", "openapiMirrorSessionReserveStateGet", "[%]", "reserve-state",
+     "reserved=1", "unreserved"},
 };
 
 class RouteWords : public ::testing::Test {
