@@ -61,17 +61,12 @@ const route::Choice &chosenWord(const route::ChoiceTable &table) {
 
 cJSON *sampleValue(const Bind &bind, size_t index) {
   switch (bind.value) {
-    case Value::Number:
-      return cJSON_CreateNumber(static_cast<double>(100 + 7 * index));
-    case Value::Text:
-      return cJSON_CreateString(("t" + std::to_string(index)).c_str());
-    case Value::Choice:
-      return cJSON_CreateString(chosenWord(*bind.choices).text);
-    case Value::Address:
-      return cJSON_CreateString(("10.0.0." + std::to_string(index + 1)).c_str());
+    case Value::Number: return cJSON_CreateNumber(static_cast<double>(100 + 7 * index));
+    case Value::Text: return cJSON_CreateString(("t" + std::to_string(index)).c_str());
+    case Value::Choice: return cJSON_CreateString(chosenWord(*bind.choices).text);
+    case Value::Address: return cJSON_CreateString(("10.0.0." + std::to_string(index + 1)).c_str());
     case Value::Object:
-    case Value::List:
-      break;
+    case Value::List: break;
   }
   return cJSON_CreateNull();
 }
@@ -158,24 +153,19 @@ const OpenOpDesc &operationOf(const route::Route &row) {
 // decides the value.
 cJSON *expectedInput(const Bind &bind, const route::ArgTag &param, const cJSON *sent) {
   switch (bind.from) {
-    case route::From::Custom:
-      return nullptr;
+    case route::From::Custom: return nullptr;
     case route::From::Constant:
       return bind.value == Value::Text ? cJSON_CreateString(bind.key)
                                        : cJSON_CreateNumber(static_cast<double>(bind.preset));
     case route::From::Nothing:
       return bind.kind == route::ArgKind::Buffer ? cJSON_CreateString("")
                                                  : cJSON_CreateNumber(static_cast<double>(bind.preset));
-    default:
-      break;
+    default: break;
   }
   switch (bind.value) {
-    case Value::Number:
-      return cJSON_CreateNumber(sent->valuedouble);
-    case Value::Text:
-      return cJSON_CreateString(sent->valuestring);
-    case Value::Choice:
-      return cJSON_CreateNumber(static_cast<double>(chosenWord(*bind.choices).value));
+    case Value::Number: return cJSON_CreateNumber(sent->valuedouble);
+    case Value::Text: return cJSON_CreateString(sent->valuestring);
+    case Value::Choice: return cJSON_CreateNumber(static_cast<double>(chosenWord(*bind.choices).value));
     case Value::Address: {
       cJSON *addr = cJSON_CreateObject();
       cJSON_AddNumberToObject(addr, "family", 1);
@@ -183,8 +173,7 @@ cJSON *expectedInput(const Bind &bind, const route::ArgTag &param, const cJSON *
       return addr;
     }
     case Value::Object:
-    case Value::List:
-      break;
+    case Value::List: break;
   }
   (void)param;
   return nullptr;
@@ -200,19 +189,13 @@ struct Output {
 // A record of zeros, member by member, as scripted answers write records.
 cJSON *zeroOf(const OpenTypeInfo &type) {
   switch (type.kind) {
-    case OpenKind::Int:
-      return cJSON_CreateNumber(0);
+    case OpenKind::Int: return cJSON_CreateNumber(0);
     case OpenKind::Text:
-    case OpenKind::Bytes:
-      return cJSON_CreateString("");
-    case OpenKind::Words:
-      return cJSON_CreateArray();
-    case OpenKind::Addr:
-      return cJSON_Parse(R"({"family":0,"addr":""})");
-    case OpenKind::In6:
-      return cJSON_CreateString("::");
-    case OpenKind::Record:
-      break;
+    case OpenKind::Bytes: return cJSON_CreateString("");
+    case OpenKind::Words: return cJSON_CreateArray();
+    case OpenKind::Addr: return cJSON_Parse(R"({"family":0,"addr":""})");
+    case OpenKind::In6: return cJSON_CreateString("::");
+    case OpenKind::Record: break;
   }
   cJSON *members = cJSON_CreateArray();
   for (uint8_t i = 0; i < type.fieldCount; ++i) {
@@ -244,8 +227,7 @@ Output scriptedOutput(const Bind &bind, const OpenArgDesc &arg, size_t index) {
     case OpenKind::Bytes:
       return {JsonPtr(cJSON_CreateString("0a1b")),
               JsonPtr(bind.show == Show::Hex ? cJSON_CreateString("0a1b") : nullptr)};
-    case OpenKind::Words:
-      return {JsonPtr(cJSON_CreateArray()), nullptr};
+    case OpenKind::Words: return {JsonPtr(cJSON_CreateArray()), nullptr};
     case OpenKind::Addr: {
       JsonPtr addr(cJSON_Parse(R"({"family":2,"addr":"2001:db8::9"})"));
       return {std::move(addr), JsonPtr(bind.show == Show::Address ? cJSON_CreateString("2001:db8::9") : nullptr)};
@@ -253,8 +235,7 @@ Output scriptedOutput(const Bind &bind, const OpenArgDesc &arg, size_t index) {
     case OpenKind::In6:
       return {JsonPtr(cJSON_CreateString("2001:db8::7")),
               JsonPtr(bind.show == Show::Ipv6 ? cJSON_CreateString("2001:db8::7") : nullptr)};
-    case OpenKind::Record:
-      break;
+    case OpenKind::Record: break;
   }
   return {JsonPtr(zeroOf(type)), nullptr};
 }
@@ -263,10 +244,8 @@ Output scriptedOutput(const Bind &bind, const OpenArgDesc &arg, size_t index) {
 // starting values.
 cJSON *startingValue(const Bind &bind) {
   switch (bind.show) {
-    case Show::Number:
-      return cJSON_CreateNumber(static_cast<double>(bind.preset));
-    case Show::Boolean:
-      return cJSON_CreateBool(bind.preset == 1);
+    case Show::Number: return cJSON_CreateNumber(static_cast<double>(bind.preset));
+    case Show::Boolean: return cJSON_CreateBool(bind.preset == 1);
     case Show::Choice: {
       const route::ChoiceTable &table = *bind.choices;
       for (uint8_t i = 0; i < table.count; ++i) {
@@ -276,14 +255,10 @@ cJSON *startingValue(const Bind &bind) {
     }
     case Show::Text:
     case Show::Hex:
-    case Show::Address:
-      return cJSON_CreateString("");
-    case Show::Ipv4HostOrder:
-      return cJSON_CreateString("0.0.0.0");
-    case Show::Ipv6:
-      return cJSON_CreateString("::");
-    default:
-      break;
+    case Show::Address: return cJSON_CreateString("");
+    case Show::Ipv4HostOrder: return cJSON_CreateString("0.0.0.0");
+    case Show::Ipv6: return cJSON_CreateString("::");
+    default: break;
   }
   return nullptr;
 }
@@ -460,9 +435,7 @@ class EveryRoute : public ::testing::Test {
         }
         EXPECT_EQ(failure.newline, writtenWithNewline(answering.succeeded));
         break;
-      case route::Mapping::Unsupported:
-        ADD_FAILURE() << "a placeholder that calls OpEN";
-        break;
+      case route::Mapping::Unsupported: ADD_FAILURE() << "a placeholder that calls OpEN"; break;
     }
   }
 };
