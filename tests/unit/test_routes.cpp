@@ -3,12 +3,14 @@
 // outputs appear under their keys in binding order, success, failure and
 // refusal are answered and written as the row's family says, a missing
 // required value or a body that is not JSON is refused before OpEN is
-// called. The rows drive the check, so it cannot see a misspelt key or a
-// wrong choice word: those are the explicit rows of each family's tests.
+// called, and every answer fits the description the API document gives of
+// it. The rows drive the check, so it cannot see a misspelt key or a wrong
+// choice word: those are the explicit rows of each family's tests.
 #include <cjson/cJSON.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <span>
 #include <string>
 #include <vector>
@@ -335,6 +337,68 @@ std::string respText(int code, const char *message) {
   return printed(cJSON_GetObjectItemCaseSensitive(with.get(), "resp"));
 }
 
+// ---- The description ----
+
+// Where `value` strays from what the API description promises of it: the
+// JSON types, members and lengths the generator writes. "" when it fits.
+std::string strayFrom(const cJSON *schema, const cJSON *value, const std::string &at) {
+  const cJSON *either = cJSON_GetObjectItemCaseSensitive(schema, "anyOf");
+  if (either != nullptr) {
+    for (const cJSON *form = either->child; form != nullptr; form = form->next) {
+      if (strayFrom(form, value, at).empty()) return "";
+    }
+    return at + " fits none of its forms";
+  }
+  const char *type = cJSON_GetStringValue(cJSON_GetObjectItemCaseSensitive(schema, "type"));
+  std::string kind = cJSON_IsString(value) ? "string" : cJSON_IsBool(value) ? "boolean" : cJSON_IsNull(value) ? "null"
+                     : cJSON_IsArray(value) ? "array" : cJSON_IsObject(value) ? "object" : "number";
+  if (kind == "number" && value->valuedouble == static_cast<double>(static_cast<int64_t>(value->valuedouble))) {
+    kind = "integer";
+  }
+  if (type != nullptr && kind != type) return at + " is " + kind + ", described as " + type;
+  const cJSON *longest = cJSON_GetObjectItemCaseSensitive(schema, "maxLength");
+  if (longest != nullptr && strlen(value->valuestring) > static_cast<size_t>(longest->valuedouble)) {
+    return at + " is longer than described";
+  }
+  const cJSON *words = cJSON_GetObjectItemCaseSensitive(schema, "enum");
+  bool listed = words == nullptr;
+  for (const cJSON *word = words ? words->child : nullptr; word != nullptr; word = word->next) {
+    listed = listed || cJSON_Compare(word, value, true);
+  }
+  if (!listed) return at + " is not one of its words";
+  const cJSON *items = cJSON_GetObjectItemCaseSensitive(schema, "items");
+  for (const cJSON *item = items ? value->child : nullptr; item != nullptr; item = item->next) {
+    std::string stray = strayFrom(items, item, at + "[]");
+    if (!stray.empty()) return stray;
+  }
+  const cJSON *members = cJSON_GetObjectItemCaseSensitive(schema, "properties");
+  if (members == nullptr) return "";
+  for (const cJSON *member = value->child; member != nullptr; member = member->next) {
+    const cJSON *described = cJSON_GetObjectItemCaseSensitive(members, member->string);
+    if (described == nullptr) return at + "." + member->string + " is not described";
+    std::string stray = strayFrom(described, member, at + "." + member->string);
+    if (!stray.empty()) return stray;
+  }
+  const cJSON *required = cJSON_GetObjectItemCaseSensitive(schema, "required");
+  for (const cJSON *key = required ? required->child : nullptr; key != nullptr; key = key->next) {
+    if (cJSON_GetObjectItemCaseSensitive(value, key->valuestring) == nullptr) return at + "." + key->valuestring + " is missing";
+  }
+  return "";
+}
+
+// The answer's data against the description of the row's data.
+void expectDescribed(const route::Route &row, const Answer &answer) {
+  bool alwaysShown = false;
+  JsonPtr schema(apidoc::answerSchema(row, &alwaysShown));
+  JsonPtr json(cJSON_Parse(answer.json.c_str()));
+  const cJSON *data = cJSON_GetObjectItemCaseSensitive(json.get(), row.answering->family->dataKey);
+  if (data == nullptr) {
+    EXPECT_FALSE(alwaysShown) << "the data described as always there is missing";
+    return;
+  }
+  EXPECT_EQ(strayFrom(schema.get(), data, "data"), "");
+}
+
 // ---- The checks ----
 
 class EveryRoute : public ::testing::Test {
@@ -413,6 +477,7 @@ class EveryRoute : public ::testing::Test {
         EXPECT_EQ(dataShown(success, dataKey, expected), printed(expected.data.get()));
       }
       EXPECT_EQ(success.newline, writtenWithNewline(answering.succeeded));
+      expectDescribed(r, success);
       expectInputsReachOpen(row, request, op);
     }
 
@@ -434,6 +499,7 @@ class EveryRoute : public ::testing::Test {
           EXPECT_EQ(dataShown(failure, dataKey, expected), printed(expected.defaults.get()));
         }
         EXPECT_EQ(failure.newline, writtenWithNewline(answering.succeeded));
+        expectDescribed(r, failure);
         break;
       case route::Mapping::Unsupported: ADD_FAILURE() << "a placeholder that calls OpEN"; break;
     }
