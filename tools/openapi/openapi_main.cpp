@@ -122,32 +122,47 @@ std::string summaryOf(const char *openName) {
 
 // ---- Examples ----
 
-// Values that name something on the default simulated switch.
+// Values that name something on the default simulated switch: port 5 and
+// the IP phone it hears over LLDP, session 1 and its VLANs, a community that
+// is not the last of its walk.
 struct Example {
   const char *key;
   const char *json;
 };
 constexpr Example kExamples[] = {
-    {"ifNum", "12"},          {"intIfNum", "1"},           {"intf", "12"},
-    {"remIndex", "2"},        {"timeStamp", "3544"},       {"timestamp", "3544"},
-    {"sessionNum", "1"},      {"sessionId", "1"},          {"vlanId", "10"},
-    {"rspanVlan", "10"},      {"index", "1"},              {"instance", "1"},
-    {"counterId", "\"ctr_rx_total_bytes\""},               {"communityName", "\"public\""},
-    {"groupName", "\"DefaultRead\""},                      {"viewName", "\"Default\""},
-    {"oidTree", "\"1.3.6.1\""}, {"filterName", "\"default\""}, {"userName", "\"admin\""},
-    {"sysName", "\"switch-1\""}, {"sysContact", "\"noc@example.com\""}, {"sysLocation", "\"Lab, rack 4\""},
-    {"host", "\"192.0.2.20\""}, {"vlan-list", "\"10,20-22\""}, {"owner", "\"collector\""},
-    {"mode", "\"enable\""},
+    {"ifNum", "5"},           {"intIfNum", "1"},          {"intf", "5"},
+    {"remIndex", "4"},        {"timeStamp", "5128807"},   {"timestamp", "5128807"},
+    {"sessionNum", "1"},      {"sessionId", "1"},         {"vlanId", "10"},
+    {"rspanVlan", "10"},      {"index", "1"},             {"instance", "1"},
+    {"policyAppType", "1"},   {"subType", "3"},           {"communityName", "\"private\""},
+    {"groupName", "\"DefaultRead\""}, {"viewName", "\"Default\""}, {"oidTree", "\"1.3.6.1\""},
+    {"filterName", "\"default\""}, {"userName", "\"admin\""}, {"sysName", "\"switch-1\""},
+    {"sysContact", "\"noc@example.com\""}, {"sysLocation", "\"Lab, rack 4\""}, {"host", "\"192.0.2.20\""},
+    {"vlan-list", "\"10,20-22\""}, {"owner", "\"collector\""}, {"counterId", "\"ctr_rx_total_bytes\""},
+    {"name", "\"Default\""},  {"mauType", "30"},           {"hold", "4"},
+    {"interval", "30"},       {"notification-interval", "5"}, {"engineId", "\"80007ed9030011225a3bc0\""},
 };
 
-cJSON *exampleOf(const Input &input, const cJSON *schema) {
-  for (const Example &example : kExamples) {
-    if (input.name == example.key) return cJSON_Parse(example.json);
+// A value of the schema's own kind: one of its words, or the example a key
+// names, or a plain value of its type.
+bool listed(const cJSON *words, const cJSON *value) {
+  for (const cJSON *word = words ? words->child : nullptr; word != nullptr; word = word->next) {
+    if (cJSON_Compare(word, value, true)) return true;
   }
+  return words == nullptr;
+}
+
+cJSON *exampleOf(const Input &input, const cJSON *schema) {
   const cJSON *words = cJSON_GetObjectItemCaseSensitive(schema, "enum");
-  if (words != nullptr && words->child != nullptr) return cJSON_Duplicate(words->child, 1);
   const cJSON *type = cJSON_GetObjectItemCaseSensitive(schema, "type");
   const char *kind = cJSON_IsString(type) ? type->valuestring : "";
+  for (const Example &example : kExamples) {
+    if (input.name != example.key) continue;
+    JsonPtr value(cJSON_Parse(example.json));
+    bool fits = strcmp(kind, "integer") == 0 ? cJSON_IsNumber(value.get()) : cJSON_IsString(value.get());
+    if (fits && listed(words, value.get())) return value.release();
+  }
+  if (words != nullptr && words->child != nullptr) return cJSON_Duplicate(words->child, 1);
   if (strcmp(kind, "integer") == 0) return cJSON_CreateNumber(1);
   if (strcmp(kind, "string") == 0) {
     bool address = cJSON_GetObjectItemCaseSensitive(schema, "anyOf") != nullptr;
@@ -257,31 +272,40 @@ cJSON *ref(const char *target) {
   return item;
 }
 
-// {dataKey: data, "resp": ...}: the data member only on success.
+cJSON *envelope(const char *title, const char *resp) {
+  cJSON *schema = cJSON_CreateObject();
+  cJSON_AddStringToObject(schema, "title", title);
+  cJSON_AddStringToObject(schema, "type", "object");
+  cJSON_AddItemToObject(cJSON_AddObjectToObject(schema, "properties"), "resp", ref(resp));
+  cJSON_AddItemToArray(cJSON_AddArrayToObject(schema, "required"), cJSON_CreateString("resp"));
+  cJSON_AddBoolToObject(schema, "additionalProperties", false);
+  return schema;
+}
+
+// Either {dataKey: data, "resp": success} or {"resp": failure}: the data
+// member comes before "resp", and only on success.
 cJSON *envelopeOf(const route::Route &row) {
   bool alwaysShown = false;
   JsonPtr data(apidoc::answerSchema(row, &alwaysShown));
-  bool hasData = cJSON_GetArraySize(cJSON_GetObjectItemCaseSensitive(data.get(), "properties")) > 0;
-  cJSON *schema = cJSON_CreateObject();
-  cJSON_AddStringToObject(schema, "type", "object");
-  cJSON *properties = cJSON_AddObjectToObject(schema, "properties");
-  const char *dataKey = row.answering->family->dataKey;
-  if (hasData) cJSON_AddItemToObject(properties, dataKey, data.release());
-  cJSON_AddItemToObject(properties, "resp", ref("#/components/schemas/Resp"));
-  cJSON *required = cJSON_AddArrayToObject(schema, "required");
-  cJSON_AddItemToArray(required, cJSON_CreateString("resp"));
-  cJSON_AddBoolToObject(schema, "additionalProperties", false);
-  if (!hasData) return schema;
-  // Success shows the data (when something in it is always there); a failure never does.
-  cJSON *success = cJSON_Parse(R"({"properties": {"resp": {"properties": {"respCode": {"const": 0}}}}})");
-  cJSON_AddItemToObject(schema, "if", success);
-  if (alwaysShown) {
-    cJSON *then = cJSON_AddObjectToObject(schema, "then");
-    cJSON_AddItemToArray(cJSON_AddArrayToObject(then, "required"), cJSON_CreateString(dataKey));
+  cJSON *success = envelope("Success", "#/components/schemas/Success");
+  if (cJSON_GetArraySize(cJSON_GetObjectItemCaseSensitive(data.get(), "properties")) > 0) {
+    const char *dataKey = row.answering->family->dataKey;
+    cJSON *properties = cJSON_GetObjectItemCaseSensitive(success, "properties");
+    cJSON_DetachItemFromObject(properties, "resp");
+    cJSON_AddItemToObject(properties, dataKey, data.release());
+    cJSON_AddItemToObject(properties, "resp", ref("#/components/schemas/Success"));
+    if (alwaysShown) cJSON_AddItemToArray(cJSON_GetObjectItemCaseSensitive(success, "required"), cJSON_CreateString(dataKey));
   }
-  cJSON *otherwise = cJSON_AddObjectToObject(schema, "else");
-  cJSON *absent = cJSON_AddObjectToObject(otherwise, "not");
-  cJSON_AddItemToArray(cJSON_AddArrayToObject(absent, "required"), cJSON_CreateString(dataKey));
+  cJSON *failure = envelope("Failure", "#/components/schemas/Failure");
+  if (row.answering->mapping == route::Mapping::Unsupported) {
+    cJSON_Delete(success);
+    return failure;
+  }
+  // The two exclude each other by "respCode" and "status".
+  cJSON *schema = cJSON_CreateObject();
+  cJSON *either = cJSON_AddArrayToObject(schema, "anyOf");
+  cJSON_AddItemToArray(either, success);
+  cJSON_AddItemToArray(either, failure);
   return schema;
 }
 
@@ -319,32 +343,37 @@ constexpr const char *kIntroduction =
     "switch decides; likewise numbers outside a setting's range reach the switch, which refuses them with its "
     "own result. A path or method that matches no route answers nothing (the web server reports 500).";
 
-cJSON *respSchema() {
-  cJSON *schema = cJSON_Parse(R"({
-    "type": "object",
-    "properties": {
-      "respCode": {"type": "integer"},
-      "respMsg": {"type": "string"},
-      "status": {"enum": ["success", "fail"]}
+// "resp" of a success, and of a failure with the codes and messages of the
+// result-code table.
+cJSON *respSchemas() {
+  cJSON *schemas = cJSON_Parse(R"({
+    "Success": {
+      "type": "object",
+      "properties": {"respCode": {"const": 0}, "respMsg": {"const": "Success"}, "status": {"const": "success"}},
+      "required": ["respCode", "respMsg", "status"],
+      "additionalProperties": false
     },
-    "required": ["respCode", "respMsg", "status"],
-    "additionalProperties": false,
-    "if": {"properties": {"respCode": {"const": 0}}},
-    "then": {"properties": {"respMsg": {"const": "Success"}, "status": {"const": "success"}}},
-    "else": {"properties": {"status": {"const": "fail"}}}
+    "Failure": {
+      "type": "object",
+      "properties": {"respCode": {"type": "integer"}, "respMsg": {"type": "string"}, "status": {"const": "fail"}},
+      "required": ["respCode", "respMsg", "status"],
+      "additionalProperties": false
+    }
   })");
-  cJSON *properties = cJSON_GetObjectItemCaseSensitive(schema, "properties");
+  cJSON *failure = cJSON_GetObjectItemCaseSensitive(schemas, "Failure");
+  cJSON *properties = cJSON_GetObjectItemCaseSensitive(failure, "properties");
   cJSON *codes = cJSON_AddArrayToObject(cJSON_GetObjectItemCaseSensitive(properties, "respCode"), "enum");
   cJSON *messages = cJSON_AddArrayToObject(cJSON_GetObjectItemCaseSensitive(properties, "respMsg"), "enum");
   std::string table = "The result codes and their messages:";
   std::set<std::string> seen;
   for (const CodeMessage &entry : resultCodeTable()) {
+    if (entry.code == 0) continue;
     cJSON_AddItemToArray(codes, cJSON_CreateNumber(entry.code));
     if (seen.insert(entry.message).second) cJSON_AddItemToArray(messages, cJSON_CreateString(entry.message));
     table += "\n- " + std::to_string(entry.code) + ": \"" + entry.message + "\"";
   }
-  cJSON_AddStringToObject(schema, "description", table.c_str());
-  return schema;
+  cJSON_AddStringToObject(failure, "description", table.c_str());
+  return schemas;
 }
 
 cJSON *components() {
@@ -366,9 +395,29 @@ cJSON *components() {
     },
     "schemas": {}
   })");
-  cJSON_AddItemToObject(cJSON_GetObjectItemCaseSensitive(components, "schemas"), "Resp", respSchema());
+  cJSON_ReplaceItemInObject(components, "schemas", respSchemas());
   return components;
 }
+
+// What each directory holds, for the explorer's headings.
+struct TagText {
+  const char *tag, *description;
+};
+constexpr TagText kTagTexts[] = {
+    {"instru-bhd", "Black-hole detection of the switch chip: not supported on this switch"},
+    {"instru-bst", "Buffer statistics tracking of the switch chip: not supported on this switch"},
+    {"instru-flow-tracker", "Flow tracking of the switch chip: not supported on this switch"},
+    {"instru-ifa", "In-band flow analysis: not supported on this switch"},
+    {"instru-nos", "The switch's network OS: its burned-in MAC address; the rest is not supported"},
+    {"instru-packet-trace", "Packet tracing of the switch chip: not supported on this switch"},
+    {"sflow", "sFlow: the agent's addresses, receivers, flow samplers, counter pollers and remote agents"},
+    {"snmp", "SNMP: communities, groups, views, filters, users, engine identifiers, notification hosts, "
+             "trap managers and flags, the system strings"},
+    {"stats", "Interface statistics: counters by name, every counter of an interface, resets"},
+    {"lldp", "LLDP and LLDP-MED: timers, interface modes and TLVs, the neighbours and what the switch advertises"},
+    {"mirror", "Port mirroring: monitor sessions' sources, destinations, VLANs, filters and remote-span VLANs"},
+    {"session", "A monitor session as one document, read and replaced in one request"},
+};
 
 void addTags(cJSON *document) {
   cJSON *tags = cJSON_AddArrayToObject(document, "tags");
@@ -377,6 +426,9 @@ void addTags(cJSON *document) {
     if (!seen.insert(tagOf(group->dir)).second) continue;
     cJSON *tag = cJSON_CreateObject();
     cJSON_AddStringToObject(tag, "name", tagOf(group->dir));
+    for (const TagText &text : kTagTexts) {
+      if (strcmp(text.tag, tagOf(group->dir)) == 0) cJSON_AddStringToObject(tag, "description", text.description);
+    }
     cJSON_AddItemToArray(tags, tag);
   }
 }
@@ -389,6 +441,8 @@ JsonPtr buildDocument() {
   cJSON_AddStringToObject(info, "version", "2");
   cJSON_AddStringToObject(info, "description", kIntroduction);
   cJSON_AddItemToArray(cJSON_AddArrayToObject(document.get(), "security"), cJSON_Parse(R"({"session": []})"));
+  cJSON_AddItemToArray(cJSON_AddArrayToObject(document.get(), "servers"),
+                       cJSON_Parse(R"({"url": "/", "description": "The switch's web server, which runs the program"})"));
   addTags(document.get());
   cJSON *paths = cJSON_AddObjectToObject(document.get(), "paths");
   for (const route::RouteGroup *group : routeGroups()) {
