@@ -108,6 +108,7 @@ async function pollCounters() {
   }));
   for (const { ifNum, at, counters } of reads) {
     const row = $(`#interfaces tr[data-if-num="${ifNum}"]`);
+    if (!row) continue; // the ports were read anew meanwhile
     const value = (name) => counters[COUNTER[name]] ?? 0;
     const last = previous.get(ifNum);
     const rate = (bytes, packets) => {
