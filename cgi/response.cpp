@@ -9,11 +9,6 @@
 
 namespace {
 
-struct CodeMessage {
-  int32_t code;
-  const char *message;
-};
-
 // Shared with the rest of the web interface. Searched from the top; the
 // irregular order (10027 before 10003, 13103 before 13101) is kept as it is.
 constexpr CodeMessage kCodeMessages[] = {
@@ -154,6 +149,8 @@ Envelope buildEnvelope(int32_t code, const char *dataKey, const char *dataText, 
 CText printedForLog(const cJSON *json) { return CText(json != nullptr ? cJSON_PrintUnformatted(json) : nullptr); }
 
 }  // namespace
+
+std::span<const CodeMessage> resultCodeTable() { return kCodeMessages; }
 
 const char *resultCodeMessage(int32_t code) {
   for (const CodeMessage &entry : kCodeMessages) {

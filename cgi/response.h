@@ -2,6 +2,7 @@
 #include <cjson/cJSON.h>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 enum resultCode : int32_t {
   RC_SUCCESS = 0,
@@ -13,6 +14,12 @@ enum resultCode : int32_t {
   RC_UNSUPPORTED_FEATURE = 17002,
 };
 
+struct CodeMessage {
+  int32_t code;
+  const char *message;
+};
+// Every result code with its message, in the order they are searched.
+std::span<const CodeMessage> resultCodeTable();
 const char *resultCodeMessage(int32_t code);
 int32_t openRcToResultCode(int openRc);
 

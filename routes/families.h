@@ -1,16 +1,25 @@
 #pragma once
+#include <span>
+
 #include "cgi/httpd.h"
+#include "routes/engine/engine.h"
 
-// One registration function per route family, called by main in this order:
-// instrumentation, sFlow (first part), SNMP, statistics, sFlow (rest), LLDP,
-// mirror and session.
-void instruRoutesRegister(httpdTable *table);
-void sflowRoutesRegisterFirst(httpdTable *table);
-void snmpRoutesRegister(httpdTable *table);
-void statsRoutesRegister(httpdTable *table);
-void sflowRoutesRegisterRest(httpdTable *table);
-void lldpRoutesRegister(httpdTable *table);
-void mirrorRoutesRegister(httpdTable *table);
+// Every group of routes, defined beside its family's table.
+namespace route_groups {
+extern const route::RouteGroup kInstruBhd, kInstruBst, kInstruFlowTracker, kInstruIfa, kInstruNos,
+    kInstruPacketTrace;
+extern const route::RouteGroup kSflowFirst, kSflowRest;
+extern const route::RouteGroup kSnmpAccess, kSnmpUsers, kSnmpNotifications;
+extern const route::RouteGroup kStats;
+extern const route::RouteGroup kLldpSettings, kLldpRemoteDevice, kLldpLocalDevice;
+extern const route::RouteGroup kMirror, kSession;
+}  // namespace route_groups
 
-// Every family in that order.
+// The groups in the order main registers them: instrumentation, sFlow
+// (first part), SNMP, statistics, sFlow (rest), LLDP, mirror and session.
+// Later registrations of the same route win, so the order is part of what
+// the program answers.
+std::span<const route::RouteGroup *const> routeGroups();
+
+// Registers every group in that order.
 void registerAllRoutes(httpdTable *table);

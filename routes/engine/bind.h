@@ -5,6 +5,7 @@
 // binding fits the argument it stands for.
 #include <cjson/cJSON.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -60,8 +61,11 @@ constexpr ChoiceTable choiceTable(const Choice (&choices)[N], bool ignoreCase, i
 }
 
 enum class From : uint8_t { Nothing, Query, Body, BodyOrQuery, Constant, Custom };
-enum class Value : uint8_t { Number, Text, Choice, Address };
-enum class Show : uint8_t { Nothing, Number, Choice, Boolean, Text, Hex, Address, Ipv4HostOrder, Ipv6, Custom };
+// What an input is. Object and List only describe what custom code reads.
+enum class Value : uint8_t { Number, Text, Choice, Address, Object, List };
+// How an output appears in the answer. Object, List and Mac only describe
+// what custom code writes, for the API description; no row shows them.
+enum class Show : uint8_t { Nothing, Number, Choice, Boolean, Text, Hex, Address, Ipv4HostOrder, Ipv6, Custom, Object, List, Mac };
 
 // A custom input fills the slot itself: 0, or a result code that refuses the request.
 using ReadFn = int32_t (*)(const Bind &bind, Request &request, Slot &slot);
@@ -86,6 +90,14 @@ struct Bind {
   ShowFn render = nullptr;
   const void *recordType = nullptr;  // records: which C type the argument must be
   uint16_t recordSize = 0;
+  // For the API description: what a custom input reads, or what a custom,
+  // object or list output writes (a list of one unnamed part is a list of
+  // values); and whether an output may be null or left out.
+  const Bind *parts = nullptr;
+  uint8_t partCount = 0;
+  bool nullable = false;
+  bool optional = false;
+  bool strict = false;  // a choice whose other texts the route refuses
 
   constexpr bool isEnd() const { return from == From::Nothing && show == Show::Nothing; }
   constexpr bool isInput() const { return from != From::Nothing; }
@@ -115,6 +127,36 @@ struct Bind {
   constexpr Bind startingAt(int64_t value) const {
     Bind b = *this;
     b.preset = value;
+    return b;
+  }
+  template <size_t N>
+  constexpr Bind made(const Bind (&list)[N]) const {
+    return made(list, N);
+  }
+  template <size_t N>
+  constexpr Bind made(const std::array<Bind, N> &list) const {
+    return made(list.data(), N);
+  }
+  constexpr Bind made(const Bind *list, size_t count) const {
+    Bind b = *this;
+    b.parts = list;
+    b.partCount = static_cast<uint8_t>(count);
+    return b;
+  }
+  constexpr Bind strictly() const {
+    Bind b = *this;
+    b.strict = true;
+    return b;
+  }
+  constexpr Bind orNull() const {
+    Bind b = *this;
+    b.nullable = true;
+    return b;
+  }
+  // Left out of the answer when OpEN cannot tell.
+  constexpr Bind ifKnown() const {
+    Bind b = *this;
+    b.optional = true;
     return b;
   }
   // An in-out integer: read from the request, shown in the answer.
@@ -193,6 +235,35 @@ constexpr Bind outIpv6(const char *key) {
 constexpr Bind outCustom(const char *key, ArgKind kind, ShowFn render, const BufferKind *buffer = nullptr) {
   return {.kind = kind, .buffer = buffer, .show = Show::Custom, .outKey = key, .render = render};
 }
+// What custom code reads and writes, for the API description only: the
+// inputs `parts`; a body object or list of `parts`; the outputs `parts` at
+// this level of the answer; an object or a list of `parts`; a MAC address.
+template <typename Parts>
+constexpr Bind reads(const Parts &parts) {
+  return Bind{.from = From::Custom}.made(parts);
+}
+template <typename Parts>
+constexpr Bind bodyObject(const char *key, const Parts &parts) {
+  return Bind{.from = From::Body, .value = Value::Object, .key = key}.made(parts);
+}
+template <typename Parts>
+constexpr Bind bodyList(const char *key, const Parts &parts) {
+  return Bind{.from = From::Body, .value = Value::List, .key = key}.made(parts);
+}
+template <typename Parts>
+constexpr Bind outMembers(const Parts &parts) {
+  return Bind{.show = Show::Object}.made(parts);
+}
+template <typename Parts>
+constexpr Bind outObject(const char *key, const Parts &parts) {
+  return Bind{.show = Show::Object, .outKey = key}.made(parts);
+}
+template <typename Parts>
+constexpr Bind outList(const char *key, const Parts &parts) {
+  return Bind{.show = Show::List, .outKey = key}.made(parts);
+}
+constexpr Bind outMac(const char *key) { return {.show = Show::Mac, .outKey = key}; }
+
 // A record argument, filled or shown by the family's own functions.
 template <typename R>
 constexpr Bind record(ReadFn read, ShowFn render, const char *outKey = nullptr) {

@@ -39,7 +39,9 @@ int32_t readQuery(const Bind &bind, const Family &family, Request &request, Slot
     case Value::Text: return fillText(bind, text, slot);
     case Value::Choice: slot.num = static_cast<uint64_t>(choiceValue(*bind.choices, text)); break;
     case Value::Address: addressFromText(text, &slot.addr); break;
-    case Value::Number: break;
+    case Value::Number:
+    case Value::Object:
+    case Value::List: break;
   }
   return RC_SUCCESS;
 }
@@ -54,6 +56,8 @@ int32_t readBody(const Bind &bind, Request &request, Slot &slot) {
     case Value::Text: return fillText(bind, text, slot);
     case Value::Choice: slot.num = static_cast<uint64_t>(choiceValue(*bind.choices, text)); break;
     case Value::Address: addressFromText(text, &slot.addr); break;
+    case Value::Object:
+    case Value::List: break;
   }
   return RC_SUCCESS;
 }
@@ -143,6 +147,7 @@ int32_t mapped(Mapping mapping, int rc) {
     case Mapping::OpenRc: return openRcToResultCode(rc);
     case Mapping::AnyFailure: return rc == 0 ? RC_SUCCESS : RC_GENERAL_FAILED;
     case Mapping::ShowDefaults: return RC_SUCCESS;
+    case Mapping::Unsupported: return RC_UNSUPPORTED_FEATURE;
   }
   return RC_GENERAL_FAILED;
 }
@@ -174,6 +179,10 @@ int runCallInto(const Call &call, const Family &family, Request &request, cJSON 
 void runRoute(const Route &route) {
   const Answering &answering = *route.answering;
   const char *dataKey = answering.family->dataKey;
+  if (answering.mapping == Mapping::Unsupported) {
+    answerWith(RC_UNSUPPORTED_FEATURE, dataKey, nullptr, answering.failed);
+    return;
+  }
   Request request;
   JsonPtr data(cJSON_CreateObject());
   int32_t refusal = RC_SUCCESS;
@@ -188,12 +197,11 @@ void runRoute(const Route &route) {
   answerWith(code, dataKey, shown, code == RC_SUCCESS ? answering.succeeded : answering.failed);
 }
 
-void addRoutes(httpdTable *table, const char *dir, const Route *rows, const httpdHandler *handlers, size_t first,
-               size_t end) {
-  httpdDirNode *node = httpdFindOrCreateDir(table, dir);
-  for (size_t i = first; i < end; ++i) {
+void addRoutes(httpdTable *table, const RouteGroup &group) {
+  httpdDirNode *node = httpdFindOrCreateDir(table, group.dir);
+  for (size_t i = 0; i < group.count; ++i) {
     // A failed registration is logged; that route is simply absent.
-    (void)httpdAddEntry(node, rows[i].op, rows[i].method, 1, handlers[i]);
+    (void)httpdAddEntry(node, group.rows[i].op, group.rows[i].method, 1, group.handlers[i]);
   }
 }
 

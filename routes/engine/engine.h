@@ -5,6 +5,7 @@
 // and answers with the outputs, as the family's answering rules say.
 #include <array>
 #include <cstddef>
+#include <initializer_list>
 #include <utility>
 
 #include "cgi/httpd.h"
@@ -23,7 +24,8 @@ struct Family {
 
 // How an OpEN result becomes a result code: mapped, any failure as 10000,
 // or never a failure (the answer then shows the outputs' starting values).
-enum class Mapping : uint8_t { OpenRc, AnyFailure, ShowDefaults };
+// A route of a feature this switch lacks makes no call and answers 17002.
+enum class Mapping : uint8_t { OpenRc, AnyFailure, ShowDefaults, Unsupported };
 
 // How a family answers one kind of route: the mapping, and how each outcome
 // is written (refused before any OpEN call, OpEN failed, success).
@@ -41,17 +43,33 @@ struct Call {
   Bind binds[kMaxBinds];
 };
 
+// A route is one row: its operation, its method, how it answers, and the
+// OpEN call with one binding per argument. A route that is not one call is
+// a function (`custom`); its bindings then declare, for the API description,
+// what it reads and what its answer holds, in the same form.
 struct Route {
   const char *op;
   int method;
   const Answering *answering;
   Call call;
-  httpdHandler custom;  // a route that is not one call
+  httpdHandler custom;
+  const char *summary = nullptr;  // custom routes: what they do, in a line
 };
 
-constexpr Route custom(const char *op, int method, httpdHandler handler) {
-  return {op, method, nullptr, {}, handler};
+constexpr Route custom(const char *op, int method, httpdHandler handler, const Answering &answering,
+                       const char *summary, std::initializer_list<Bind> declared) {
+  Route route{op, method, &answering, {}, handler, summary};
+  size_t at = 0;
+  for (const Bind &bind : declared) route.call.binds[at++] = bind;
+  return route;
 }
+
+// A feature this switch lacks: no call, always 17002.
+constexpr Route unsupported(const char *op, int method, const Answering &answering) {
+  return {op, method, &answering, {}, nullptr};
+}
+
+constexpr bool isCustom(const Route &route) { return route.custom != nullptr; }
 
 constexpr size_t bindCount(const Call &call) {
   size_t n = 0;
@@ -59,14 +77,21 @@ constexpr size_t bindCount(const Call &call) {
   return n;
 }
 
+constexpr bool describesOnly(const Bind &bind) {
+  return bind.show == Show::Object || bind.show == Show::List || bind.show == Show::Mac ||
+         bind.value == Value::Object || bind.value == Value::List;
+}
+
 constexpr bool bindFits(const Bind &bind, const ArgTag &param) {
   if (bind.kind != param.kind) return false;
   if (param.kind == ArgKind::RecordPointer && bind.recordType != param.recordType) return false;
   if (bind.kind == ArgKind::Buffer && bind.buffer == nullptr) return false;
+  if (describesOnly(bind)) return false;
   return bind.isInput() || bind.isOutput();
 }
 
 constexpr bool callFits(const Call &call) {
+  if (call.open.invoke == nullptr) return bindCount(call) == 0;
   if (bindCount(call) != call.open.paramCount) return false;
   for (size_t i = 0; i < call.open.paramCount; ++i) {
     if (!bindFits(call.binds[i], call.open.params[i])) return false;
@@ -104,15 +129,25 @@ constexpr std::array<httpdHandler, sizeof...(I)> handlersOf(std::index_sequence<
   return {handlerOf<Table, I>()...};
 }
 
-void addRoutes(httpdTable *table, const char *dir, const Route *rows, const httpdHandler *handlers, size_t first,
-               size_t end);
-
-// Registers rows [first, end) of a family's table, in table order.
 template <const auto &Table>
-void registerRoutes(httpdTable *table, const char *dir, size_t first = 0,
-                    size_t end = std::size(Table)) {
-  static constexpr auto kHandlers = handlersOf<Table>(std::make_index_sequence<std::size(Table)>{});
-  addRoutes(table, dir, Table, kHandlers.data(), first, end);
+inline constexpr auto kHandlersOf = handlersOf<Table>(std::make_index_sequence<std::size(Table)>{});
+
+// Rows [first, first + count) of a family's table under one directory, with
+// their handlers: what main registers, the API description describes and
+// the route checks walk.
+struct RouteGroup {
+  const char *dir;
+  const Route *rows;
+  const httpdHandler *handlers;
+  size_t count;
+};
+
+template <const auto &Table>
+constexpr RouteGroup routeGroup(const char *dir, size_t first = 0, size_t end = std::size(Table)) {
+  return {dir, Table + first, kHandlersOf<Table>.data() + first, end - first};
 }
+
+// Registers a group's rows in table order.
+void addRoutes(httpdTable *table, const RouteGroup &group);
 
 }  // namespace route

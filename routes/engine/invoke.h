@@ -20,22 +20,23 @@ struct ArgTag {
   ArgKind kind;
   const void *recordType;
   uint8_t intBytes;  // integers and pointers to them: the integer's width
+  bool intSigned;
 };
 
 template <typename P>
 constexpr ArgTag argTagOf() {
   if constexpr (std::is_integral_v<P>) {
-    return {ArgKind::IntValue, nullptr, sizeof(P)};
+    return {ArgKind::IntValue, nullptr, sizeof(P), std::is_signed_v<P>};
   } else if constexpr (std::is_pointer_v<P> && std::is_integral_v<std::remove_pointer_t<P>>) {
-    return {ArgKind::IntPointer, nullptr, sizeof(std::remove_pointer_t<P>)};
+    return {ArgKind::IntPointer, nullptr, sizeof(std::remove_pointer_t<P>), std::is_signed_v<std::remove_pointer_t<P>>};
   } else if constexpr (std::is_same_v<P, open_buffdesc *>) {
-    return {ArgKind::Buffer, nullptr, 0};
+    return {ArgKind::Buffer, nullptr, 0, false};
   } else if constexpr (std::is_same_v<P, open_inet_addr_t *>) {
-    return {ArgKind::Address, nullptr, 0};
+    return {ArgKind::Address, nullptr, 0, false};
   } else {
     static_assert(std::is_pointer_v<P> && std::is_class_v<std::remove_pointer_t<P>>,
                   "an OpEN argument is an integer, or a pointer to an integer, buffer, address or record");
-    return {ArgKind::RecordPointer, &recordTag<std::remove_pointer_t<P>>, 0};
+    return {ArgKind::RecordPointer, &recordTag<std::remove_pointer_t<P>>, 0, false};
   }
 }
 

@@ -56,6 +56,9 @@ cJSON *valueOf(const Bind &bind, const Slot &slot) {
     case Show::Ipv4HostOrder:
     case Show::Ipv6: return addressOf(bind, slot);
     case Show::Custom:
+    case Show::Object:
+    case Show::List:
+    case Show::Mac:
     case Show::Nothing: break;
   }
   return nullptr;

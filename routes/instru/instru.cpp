@@ -7,7 +7,6 @@
 #include <cstring>
 
 #include "cgi/response.h"
-#include "cgi/routes.h"
 #include "routes/instru/show_version.h"
 #include "routes/families.h"
 #include "tools/answer.h"
@@ -18,21 +17,14 @@
 
 namespace {
 
-constexpr char kBhdKey[] = "instruBhd";
-constexpr char kBstKey[] = "instruBst";
-constexpr char kFlowTrackerKey[] = "instruFlowTracker";
-constexpr char kIfaKey[] = "instruIfa";
-constexpr char kNosKey[] = "instruNos";
-constexpr char kPacketTraceKey[] = "instruPacketTrace";
+using route::Family;
 
-// Reads leave the key in the call although a failure never shows data.
-template <const char *Key>
-void unsupportedRead() {
-  answerWith(RC_UNSUPPORTED_FEATURE, Key, nullptr, AnswerStyle::Data);
-}
-
-// Writes leave the body unread.
-void unsupportedWrite() { answerWith(RC_UNSUPPORTED_FEATURE, nullptr, nullptr, AnswerStyle::Line); }
+constexpr Family kBhd{"/api/v2/monitoring/instru-bhd", "instruBhd", nullptr};
+constexpr Family kBst{"/api/v2/monitoring/instru-bst", "instruBst", nullptr};
+constexpr Family kFlowTracker{"/api/v2/monitoring/instru-flow-tracker", "instruFlowTracker", nullptr};
+constexpr Family kIfa{"/api/v2/monitoring/instru-ifa", "instruIfa", nullptr};
+constexpr Family kNos{"/api/v2/monitoring/instru-nos", "instruNos", nullptr};
+constexpr Family kPacketTrace{"/api/v2/monitoring/instru-packet-trace", "instruPacketTrace", nullptr};
 
 constexpr size_t kShowOutputMax = 65536;
 
@@ -70,72 +62,90 @@ void macAddrGet() {
   if (path) remove(path);
   JsonPtr data(code == RC_SUCCESS ? cJSON_CreateObject() : nullptr);
   if (data) cJSON_AddStringToObject(data.get(), "mac", mac);
-  answerWith(code, kNosKey, data.get(), AnswerStyle::Data);
+  answerWith(code, kNos.dataKey, data.get(), AnswerStyle::Data);
 }
 
-template <const char *Key>
-constexpr RouteRow get(const char *opName) {
-  return {opName, HTTPD_GET, unsupportedRead<Key>};
-}
-constexpr RouteRow post(const char *opName) { return {opName, HTTPD_POST, unsupportedWrite}; }
-constexpr RouteRow put(const char *opName) { return {opName, HTTPD_PUT, unsupportedWrite}; }
-constexpr RouteRow del(const char *opName) { return {opName, HTTPD_DELETE, unsupportedWrite}; }
-
-constexpr RouteRow kBhdRoutes[] = {
-    get<kBhdKey>("sflow-sampling-status"), post("black-hole-cancel"), post("black-hole-configure"),
-    get<kBhdKey>("asic-capabilities"), get<kBhdKey>("packet-count"),
+// The placeholders of features this switch lacks: no call, 17002; a read
+// writes it as it is, a write as a line.
+template <const Family &F>
+struct Placeholder {
+  static constexpr route::Answering kRead{&F, route::Mapping::Unsupported, AnswerStyle::Data, AnswerStyle::Data,
+                                          AnswerStyle::Data};
+  static constexpr route::Answering kWrite{&F, route::Mapping::Unsupported, AnswerStyle::Line, AnswerStyle::Line,
+                                           AnswerStyle::Line};
+  static constexpr route::Route get(const char *op) { return route::unsupported(op, HTTPD_GET, kRead); }
+  static constexpr route::Route post(const char *op) { return route::unsupported(op, HTTPD_POST, kWrite); }
+  static constexpr route::Route put(const char *op) { return route::unsupported(op, HTTPD_PUT, kWrite); }
+  static constexpr route::Route del(const char *op) { return route::unsupported(op, HTTPD_DELETE, kWrite); }
 };
 
-constexpr RouteRow kBstRoutes[] = {
-    get<kBstKey>("asic-capability"), put("config"), get<kBstKey>("config"), get<kBstKey>("snapshot"),
-    get<kBstKey>("snapshot-compressed"), get<kBstKey>("default-snapshot"), get<kBstKey>("device-data"),
-    get<kBstKey>("ippg-data"), get<kBstKey>("ipsp-data"), get<kBstKey>("isp-data"), get<kBstKey>("epsp-data"),
-    get<kBstKey>("esp-data"), get<kBstKey>("eucq-data"), get<kBstKey>("eucqg-data"), get<kBstKey>("emcq-data"),
-    get<kBstKey>("cpuq-data"), get<kBstKey>("rqeq-data"), put("device-threshold"), put("ippg-threshold"),
-    put("ipsp-threshold"), put("isp-threshold"), put("epsp-threshold"), put("esp-threshold"),
-    put("eucq-threshold"), put("eucqg-threshold"), put("emcq-threshold"), put("cpuq-threshold"),
-    put("rqeq-threshold"), del("stats"), del("thresholds"), get<kBstKey>("threshold"),
-    get<kBstKey>("threshold-compressed"), post("trigger-enable"), post("trigger-register"),
-    post("trigger-de-register"), get<kBstKey>("port-mapping"), get<kBstKey>("port-ucast-cgs-drop"),
-    get<kBstKey>("port-mcast-cgs-drop"), get<kBstKey>("port-total-cgs-drop"), del("cgsn-drop-ctrs"),
-    put("multi-threshold"), post("clear-instru-config"), put("multi-realm-threshold"),
+constexpr route::Answering kNosRead{&kNos, route::Mapping::OpenRc, AnswerStyle::Data, AnswerStyle::Data,
+                                    AnswerStyle::Data};
+
+using Bhd = Placeholder<kBhd>;
+constexpr route::Route kBhdRoutes[] = {
+    Bhd::get("sflow-sampling-status"), Bhd::post("black-hole-cancel"), Bhd::post("black-hole-configure"),
+    Bhd::get("asic-capabilities"), Bhd::get("packet-count"),
 };
 
-constexpr RouteRow kFlowTrackerRoutes[] = {
-    put("ft-config"), post("ft-collector-config"), del("ft-collector-config"), post("ft-flow-group-config"),
-    del("ft-flow-group-config"), post("ft-flow-template-config"), del("ft-flow-template-config"),
-    post("ft-pkt-send"), del("ft-flow-group-stats"), get<kFlowTrackerKey>("ft-flow-group-stats"),
-    get<kFlowTrackerKey>("ft-capabilities"), del("ft-stats"), post("ft-template-transmit-config"),
+using Bst = Placeholder<kBst>;
+constexpr route::Route kBstRoutes[] = {
+    Bst::get("asic-capability"), Bst::put("config"), Bst::get("config"), Bst::get("snapshot"),
+    Bst::get("snapshot-compressed"), Bst::get("default-snapshot"), Bst::get("device-data"),
+    Bst::get("ippg-data"), Bst::get("ipsp-data"), Bst::get("isp-data"), Bst::get("epsp-data"),
+    Bst::get("esp-data"), Bst::get("eucq-data"), Bst::get("eucqg-data"), Bst::get("emcq-data"),
+    Bst::get("cpuq-data"), Bst::get("rqeq-data"), Bst::put("device-threshold"), Bst::put("ippg-threshold"),
+    Bst::put("ipsp-threshold"), Bst::put("isp-threshold"), Bst::put("epsp-threshold"), Bst::put("esp-threshold"),
+    Bst::put("eucq-threshold"), Bst::put("eucqg-threshold"), Bst::put("emcq-threshold"), Bst::put("cpuq-threshold"),
+    Bst::put("rqeq-threshold"), Bst::del("stats"), Bst::del("thresholds"), Bst::get("threshold"),
+    Bst::get("threshold-compressed"), Bst::post("trigger-enable"), Bst::post("trigger-register"),
+    Bst::post("trigger-de-register"), Bst::get("port-mapping"), Bst::get("port-ucast-cgs-drop"),
+    Bst::get("port-mcast-cgs-drop"), Bst::get("port-total-cgs-drop"), Bst::del("cgsn-drop-ctrs"),
+    Bst::put("multi-threshold"), Bst::post("clear-instru-config"), Bst::put("multi-realm-threshold"),
 };
 
-constexpr RouteRow kIfaRoutes[] = {
-    put("config"), get<kIfaKey>("config"), post("session"), del("flow"), post("flow"), post("session-start"),
-    post("session-stop"), del("session"), get<kIfaKey>("capabilities"), post("clear-stats"),
-    get<kIfaKey>("session-stats"), post("collector"), del("collector"),
+using FlowTracker = Placeholder<kFlowTracker>;
+constexpr route::Route kFlowTrackerRoutes[] = {
+    FlowTracker::put("ft-config"), FlowTracker::post("ft-collector-config"), FlowTracker::del("ft-collector-config"), FlowTracker::post("ft-flow-group-config"),
+    FlowTracker::del("ft-flow-group-config"), FlowTracker::post("ft-flow-template-config"), FlowTracker::del("ft-flow-template-config"),
+    FlowTracker::post("ft-pkt-send"), FlowTracker::del("ft-flow-group-stats"), FlowTracker::get("ft-flow-group-stats"),
+    FlowTracker::get("ft-capabilities"), FlowTracker::del("ft-stats"), FlowTracker::post("ft-template-transmit-config"),
 };
 
-constexpr RouteRow kNosRoutes[] = {
-    {"mac-addr", HTTPD_GET, macAddrGet}, get<kNosKey>("time"), get<kNosKey>("chip-family-name"),
-    get<kNosKey>("hw-max-ports"), post("lag-translate-to-notation"), get<kNosKey>("http-port"),
-    get<kNosKey>("bst-max-snapshot"), get<kNosKey>("bst-max-snapshot-compressed"),
-    post("system-packet-tcam-register"), get<kNosKey>("system-cosq-hwq-full-map"),
-    get<kNosKey>("system-ucosq-hwq-map"), get<kNosKey>("system-mcosq-hwq-map"),
-    get<kNosKey>("system-hwq-ucosq-map"), get<kNosKey>("system-hwq-mcosq-map"), get<kNosKey>("asic-capability"),
-    get<kNosKey>("system-cosq-hwq-full-map-get-v2"),
+using Ifa = Placeholder<kIfa>;
+constexpr route::Route kIfaRoutes[] = {
+    Ifa::put("config"), Ifa::get("config"), Ifa::post("session"), Ifa::del("flow"), Ifa::post("flow"), Ifa::post("session-start"),
+    Ifa::post("session-stop"), Ifa::del("session"), Ifa::get("capabilities"), Ifa::post("clear-stats"),
+    Ifa::get("session-stats"), Ifa::post("collector"), Ifa::del("collector"),
 };
 
-constexpr RouteRow kPacketTraceRoutes[] = {
-    post("pt-trace5-tuple-profile"), del("pt-trace5-tuple-profile"), get<kPacketTraceKey>("pt-trace-profile"),
-    post("pt-pkt-drop-ctrs-profile"), get<kPacketTraceKey>("pt-pkt-drop-reason-info"),
+using Nos = Placeholder<kNos>;
+constexpr route::Route kNosRoutes[] = {
+    route::custom("mac-addr", HTTPD_GET, macAddrGet, kNosRead,
+                  "The switch's burned-in MAC address, as \"show version\" gives it", {route::outMac("mac")}),
+    Nos::get("time"), Nos::get("chip-family-name"),
+    Nos::get("hw-max-ports"), Nos::post("lag-translate-to-notation"), Nos::get("http-port"),
+    Nos::get("bst-max-snapshot"), Nos::get("bst-max-snapshot-compressed"),
+    Nos::post("system-packet-tcam-register"), Nos::get("system-cosq-hwq-full-map"),
+    Nos::get("system-ucosq-hwq-map"), Nos::get("system-mcosq-hwq-map"),
+    Nos::get("system-hwq-ucosq-map"), Nos::get("system-hwq-mcosq-map"), Nos::get("asic-capability"),
+    Nos::get("system-cosq-hwq-full-map-get-v2"),
+};
+
+using PacketTrace = Placeholder<kPacketTrace>;
+constexpr route::Route kPacketTraceRoutes[] = {
+    PacketTrace::post("pt-trace5-tuple-profile"), PacketTrace::del("pt-trace5-tuple-profile"), PacketTrace::get("pt-trace-profile"),
+    PacketTrace::post("pt-pkt-drop-ctrs-profile"), PacketTrace::get("pt-pkt-drop-reason-info"),
 };
 
 }  // namespace
 
-void instruRoutesRegister(httpdTable *table) {
-  httpdAddRoutes(table, "/api/v2/monitoring/instru-bhd", kBhdRoutes);
-  httpdAddRoutes(table, "/api/v2/monitoring/instru-bst", kBstRoutes);
-  httpdAddRoutes(table, "/api/v2/monitoring/instru-flow-tracker", kFlowTrackerRoutes);
-  httpdAddRoutes(table, "/api/v2/monitoring/instru-ifa", kIfaRoutes);
-  httpdAddRoutes(table, "/api/v2/monitoring/instru-nos", kNosRoutes);
-  httpdAddRoutes(table, "/api/v2/monitoring/instru-packet-trace", kPacketTraceRoutes);
-}
+using route::routeGroup;
+constinit const route::RouteGroup route_groups::kInstruBhd = routeGroup<kBhdRoutes>(kBhd.dir);
+constinit const route::RouteGroup route_groups::kInstruBst = routeGroup<kBstRoutes>(kBst.dir);
+constinit const route::RouteGroup route_groups::kInstruFlowTracker =
+    routeGroup<kFlowTrackerRoutes>(kFlowTracker.dir);
+constinit const route::RouteGroup route_groups::kInstruIfa = routeGroup<kIfaRoutes>(kIfa.dir);
+constinit const route::RouteGroup route_groups::kInstruNos = routeGroup<kNosRoutes>(kNos.dir);
+constinit const route::RouteGroup route_groups::kInstruPacketTrace =
+    routeGroup<kPacketTraceRoutes>(kPacketTrace.dir);

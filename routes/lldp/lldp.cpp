@@ -3,7 +3,6 @@
 #include "routes/lldp/lldp.h"
 
 #include "log/log.h"
-#include "routes/families.h"
 #include "tools/common.h"
 
 namespace lldp {
@@ -25,9 +24,3 @@ int swapiIfFirstGet(openapiClientHandle_t *client, uint32_t type, uint32_t *ifNu
 }
 
 }  // namespace lldp
-
-void lldpRoutesRegister(httpdTable *table) {
-  lldp::settingsRoutesRegister(table);
-  lldp::remoteDeviceRoutesRegister(table);
-  lldp::localDeviceRoutesRegister(table);
-}

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <initializer_list>
-#include <span>
 
 #include "routes/engine/engine.h"
 #include "routes/engine/walk.h"
@@ -31,6 +30,14 @@ constexpr route::Answering kSettingWrite{&kLldp, route::Mapping::AnyFailure, Ans
 // answer, failures included, without a newline.
 constexpr route::Answering kDeviceRead{&kLldp, route::Mapping::OpenRc, AnswerStyle::Data, AnswerStyle::Data,
                                               AnswerStyle::Data};
+
+// The pages gathered from several reads never fail: they show what could be
+// read. A page of one interface refuses a missing interface as a line.
+constexpr route::Answering kPageRead{&kLldp, route::Mapping::ShowDefaults, AnswerStyle::Line, AnswerStyle::Data,
+                                     AnswerStyle::Data};
+
+// The text of an interface's LLDP data in the pages: 256 characters at most.
+constexpr route::BufferKind kPageText{257, route::SizeRule::Capacity, nullptr};
 
 // A settings route's interface: from QUERY_STRING, also on PUT, read with
 // strtol; absent or 0 refuses the request before anything else is read.
@@ -101,15 +108,5 @@ void addTextField(cJSON *row, const char *key, uint32_t length, Read read, cJSON
   cJSON_AddItemToObject(row, key, succeeded ? cJSON_CreateString(buffer.get()) : onFailure());
 }
 inline cJSON *emptyText() { return cJSON_CreateString(""); }
-
-// Registration of each group of routes, in the family's order.
-void settingsRoutesRegister(httpdTable *table);
-void remoteDeviceRoutesRegister(httpdTable *table);
-void localDeviceRoutesRegister(httpdTable *table);
-
-// The tables themselves, for checks over every row.
-std::span<const route::Route> settingsRoutes();
-std::span<const route::Route> remoteDeviceRoutes();
-std::span<const route::Route> localDeviceRoutes();
 
 }  // namespace lldp

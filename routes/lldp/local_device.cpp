@@ -2,6 +2,7 @@
 // management address, VLAN and aggregation data, IEEE 802.3
 // auto-negotiation and LLDP-MED media policies.
 #include "cgi/response.h"
+#include "routes/families.h"
 #include "routes/lldp/lldp.h"
 #include "tools/common.h"
 
@@ -25,6 +26,9 @@ void showVlanList(cJSON *data, const Bind &, const Slot &slot) {
     cJSON_AddItemToArray(ids, cJSON_CreateNumber(list->ids[i]));
   }
 }
+
+constexpr Bind kVlanId[] = {out(nullptr)};
+constexpr Bind kVlanListShown[] = {out("numEntries"), outList("ids", kVlanId)};
 
 // One interface: its port ID and description, "" when a read fails.
 cJSON *localDeviceRow(uint32_t ifNum, uint32_t length) {
@@ -53,8 +57,14 @@ void localDevicesGet() {
   answerWith(RC_SUCCESS, kLldp.dataKey, data.get(), AnswerStyle::Data);
 }
 
+// A row of the page; a text that cannot be read is "".
+constexpr Bind kLocalDeviceParts[] = {out("interface"), outText("port-id", kPageText),
+                                      outText("port-description", kPageText)};
+
 constexpr Route kLocalDeviceRoutes[] = {
-    custom("local-device", HTTPD_GET, localDevicesGet),
+    custom("local-device", HTTPD_GET, localDevicesGet, kPageRead,
+           "What the switch advertises on each physical interface: port ID and description",
+           {outList("local-devices", kLocalDeviceParts)}),
     {"intf-local-device-chassis-id", HTTPD_GET, &kDeviceRead,
      {open<rpcclt_openapiLldpIntfLocalDeviceChassisIdGet>,
       {kIfNum, out("chassisIdSubtype"), outText("chassisId", kLongText)}}},
@@ -76,7 +86,8 @@ constexpr Route kLocalDeviceRoutes[] = {
     {"intf-local-device-port-vlan", HTTPD_GET, &kDeviceRead,
      {open<rpcclt_openapiLldpIntfLocalDevicePortVlanGet>, {kIfNum, out("portVlan")}}},
     {"intf-local-device-vlan", HTTPD_GET, &kDeviceRead,
-     {open<rpcclt_openapiLldpIntfLocalDeviceVlanGet>, {kIfNum, record<open_lldp_vlan_list_t>(nullptr, showVlanList)}}},
+     {open<rpcclt_openapiLldpIntfLocalDeviceVlanGet>,
+      {kIfNum, record<open_lldp_vlan_list_t>(nullptr, showVlanList).made(kVlanListShown)}}},
     {"intf-local-device-vlan-name", HTTPD_GET, &kDeviceRead,
      {open<rpcclt_openapiLldpIntfLocalDeviceVlanNameGet>, {kIfNum, query("vlanId"), outText("vlanName", kLongText)}}},
     {"intf-local-device-max-frame-size", HTTPD_GET, &kDeviceRead,
@@ -106,7 +117,7 @@ static_assert(std::size(kLocalDeviceRoutes) == 23);
 
 }  // namespace
 
-void localDeviceRoutesRegister(httpdTable *table) { registerRoutes<kLocalDeviceRoutes>(table, kDir); }
-std::span<const route::Route> localDeviceRoutes() { return kLocalDeviceRoutes; }
-
 }  // namespace lldp
+
+constinit const route::RouteGroup route_groups::kLldpLocalDevice =
+    route::routeGroup<lldp::kLocalDeviceRoutes>(lldp::kDir);

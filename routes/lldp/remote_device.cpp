@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "cgi/response.h"
+#include "routes/families.h"
 #include "routes/lldp/lldp.h"
 #include "tools/common.h"
 
@@ -21,10 +22,13 @@ void showCapabilityBytes(cJSON *data, const Bind &bind, const Slot &slot) {
   for (uint8_t byte : caps.bitmap) cJSON_AddItemToArray(bytes, cJSON_CreateNumber(byte));
   cJSON_AddItemToObject(data, bind.outKey, bytes);
 }
+constexpr Bind kByte[] = {out(nullptr)};
+constexpr Bind kSupportedBytes[] = {outList("supportedCapabilities", kByte)};
+constexpr Bind kEnabledBytes[] = {outList("enabledCapabilities", kByte)};
 constexpr Bind kSupportedCapabilities =
-    record<open_lldp_med_capabilities_t>(nullptr, showCapabilityBytes, "supportedCapabilities");
+    record<open_lldp_med_capabilities_t>(nullptr, showCapabilityBytes, "supportedCapabilities").made(kSupportedBytes);
 constexpr Bind kEnabledCapabilities =
-    record<open_lldp_med_capabilities_t>(nullptr, showCapabilityBytes, "enabledCapabilities");
+    record<open_lldp_med_capabilities_t>(nullptr, showCapabilityBytes, "enabledCapabilities").made(kEnabledBytes);
 
 // One neighbour of the table. Its identity reads give "" when they fail;
 // the first organisationally defined TLV's OUI and subtype give null.
@@ -85,8 +89,17 @@ void remoteDevicesGet() {
   answerWith(RC_SUCCESS, kLldp.dataKey, data.get(), AnswerStyle::Data);
 }
 
+// A row of the page; a text that cannot be read is "", the first
+// organisationally defined TLV null.
+constexpr Bind kRemoteDeviceParts[] = {
+    out("interface"), outText("chassis-id", kPageText), outText("port-id", kPageText),
+    outText("system-name", kPageText), outText("org-def-oui", kPageText).orNull(), out("org-def-subtype").orNull()};
+
 constexpr Route kRemoteDeviceRoutes[] = {
-    custom("remote-device", HTTPD_GET, remoteDevicesGet),
+    custom("remote-device", HTTPD_GET, remoteDevicesGet, kPageRead,
+           "Every neighbour of every interface: its chassis and port IDs, system name and first "
+           "organisationally defined TLV",
+           {outList("remote-devices", kRemoteDeviceParts)}),
     {"remote-intf-first", HTTPD_GET, &kDeviceRead, {open<rpcclt_openapiLldpRemoteIntfFirstGet>, {out("ifNum")}}},
     {"remote-intf-next", HTTPD_GET, &kDeviceRead,
      {open<rpcclt_openapiLldpRemoteIntfNextGet>, {query("ifNum"), out("nextIfNum")}}},
@@ -212,7 +225,7 @@ static_assert(std::size(kRemoteDeviceRoutes) == 56);
 
 }  // namespace
 
-void remoteDeviceRoutesRegister(httpdTable *table) { registerRoutes<kRemoteDeviceRoutes>(table, kDir); }
-std::span<const route::Route> remoteDeviceRoutes() { return kRemoteDeviceRoutes; }
-
 }  // namespace lldp
+
+constinit const route::RouteGroup route_groups::kLldpRemoteDevice =
+    route::routeGroup<lldp::kRemoteDeviceRoutes>(lldp::kDir);

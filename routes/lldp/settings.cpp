@@ -2,6 +2,7 @@
 // selections, LLDP-MED settings, and the status pages made of them.
 #include "cgi/response.h"
 #include "routes/engine/values.h"
+#include "routes/families.h"
 #include "routes/lldp/lldp.h"
 #include "tools/common.h"
 
@@ -59,8 +60,44 @@ int32_t tlvTypeFromBody(const Bind &bind, Request &request, Slot &slot) {
   slot.num = static_cast<uint64_t>(choiceValue(*bind.choices, item->valuestring));
   return slot.num >= kNoTlvType ? RC_INVALID_ARGUMENT : RC_SUCCESS;
 }
-constexpr Bind kTlvTypeInBody{.from = From::Custom, .key = "tlv-type", .choices = &lldpTlvTypeTable,
-                              .read = tlvTypeFromBody};
+constexpr Bind kTlvTypePart[] = {bodyChoice("tlv-type", lldpTlvTypeTable).needed().strictly()};
+constexpr Bind kTlvTypeInBody =
+    Bind{.from = From::Custom, .key = "tlv-type", .choices = &lldpTlvTypeTable, .read = tlvTypeFromBody}.made(
+        kTlvTypePart);
+
+// Answer members and body members named by a table, one per row.
+template <typename Row, size_t N, typename Make>
+constexpr std::array<Bind, N> bindsOf(const Row (&rows)[N], Make make) {
+  std::array<Bind, N> binds{};
+  for (size_t i = 0; i < N; ++i) binds[i] = make(rows[i]);
+  return binds;
+}
+constexpr auto kTlvModeParts =
+    bindsOf(kTlvTypes, [](const Choice &tlv) { return outChoice(tlv.text, kEnableMode).ifKnown(); });
+constexpr auto kMedTlvModeParts =
+    bindsOf(lldpMedTlvTable, [](const MedTlv &tlv) { return outChoice(tlv.key, kEnableMode); });
+constexpr auto kMedTlvBodyParts =
+    bindsOf(lldpMedTlvTable, [](const MedTlv &tlv) { return bodyChoice(tlv.key, kEnableMode); });
+
+// The outputs of reads a page gathers, each shown when its read succeeds.
+template <const auto &Calls>
+constexpr auto outputsOf() {
+  constexpr size_t kCount = [] {
+    size_t count = 0;
+    for (const Call *call : Calls) {
+      for (size_t i = 0; i < bindCount(*call); ++i) if (call->binds[i].isOutput()) ++count;
+    }
+    return count;
+  }();
+  std::array<Bind, kCount> parts{};
+  size_t at = 0;
+  for (const Call *call : Calls) {
+    for (size_t i = 0; i < bindCount(*call); ++i) {
+      if (call->binds[i].isOutput()) parts[at++] = call->binds[i].ifKnown();
+    }
+  }
+  return parts;
+}
 
 // Only the mask's low byte is reported.
 void showMedTransmitTlvs(cJSON *data, const Bind &, const Slot &slot) {
@@ -126,12 +163,15 @@ void statusGet() {
   answerWith(RC_SUCCESS, kLldp.dataKey, data.get(), AnswerStyle::Data);
 }
 
+// The switch always reports itself as a network connectivity device.
+constexpr Choice kDeviceClassName[] = {{"Network Connectivity", 0}};
+constexpr ChoiceTable kDeviceClass = choiceTable(kDeviceClassName, false, 0, "Network Connectivity");
+
 void medStatusGet() {
   Request request;
   JsonPtr data(cJSON_CreateObject());
   runCallInto(kFastStartRepeatCountGet, kLldp, request, data.get());
-  // The switch always reports itself as a network connectivity device.
-  cJSON_AddStringToObject(data.get(), "device-class", "Network Connectivity");
+  cJSON_AddStringToObject(data.get(), "device-class", choiceText(kDeviceClass, 0));
   answerWith(RC_SUCCESS, kLldp.dataKey, data.get(), AnswerStyle::Data);
 }
 
@@ -158,6 +198,13 @@ void allInterfaceStatusGet() {
   cJSON_AddItemToObject(data.get(), "interfaces", interfaces);
   answerWith(RC_SUCCESS, kLldp.dataKey, data.get(), AnswerStyle::Data);
 }
+
+constexpr const Call *kMedStatusReads[] = {&kFastStartRepeatCountGet};
+constexpr auto kStatusParts = outputsOf<kStatusReads>();
+constexpr auto kMedStatusParts = outputsOf<kMedStatusReads>();
+constexpr auto kInterfaceModeParts = outputsOf<kInterfaceModeReads>();
+constexpr Bind kInterfaceStatusParts[] = {out("interface"), outMembers(kInterfaceModeParts),
+                                          outObject("transmit-tlv", kTlvModeParts)};
 
 constexpr Route kSettingsRoutes[] = {
     {"tx-hold", HTTPD_GET, &kSettingRead, kTxHoldGet},
@@ -197,17 +244,25 @@ constexpr Route kSettingsRoutes[] = {
     {"med-intf-config-notification-mode", HTTPD_PUT, &kSettingWrite,
      {open<rpcclt_openapiLldpMedIntfConfigNotificationModeSet>,
       {lldpQueryIfNumGet, bodyChoice("confignotification", kEnableMode).needed()}}},
-    custom("intf-tlv-transmit-mode", HTTPD_GET, tlvTransmitModesGet),
+    custom("intf-tlv-transmit-mode", HTTPD_GET, tlvTransmitModesGet, kPageRead,
+           "Whether each optional TLV is transmitted on an interface; a TLV whose read fails is left out",
+           {lldpQueryIfNumGet, outMembers(kTlvModeParts)}),
     {"intf-tlv-transmit-mode", HTTPD_PUT, &kSettingWrite,
      {open<rpcclt_openapiLldpIntfTLVTransmitModeSet>,
       {lldpQueryIfNumGet, kTlvTypeInBody, bodyChoice("mode", kEnableMode).needed()}}},
     {"med-intf-transmit-tlv", HTTPD_GET, &kSettingRead,
      {open<rpcclt_openapiLldpMedIntfTransmitTlvGet>,
-      {lldpQueryIfNumGet, outCustom(nullptr, ArgKind::IntPointer, showMedTransmitTlvs)}}},
-    custom("med-intf-transmit-tlv", HTTPD_PUT, medTransmitTlvsSet),
-    custom("status", HTTPD_GET, statusGet),
-    custom("all-interface-status", HTTPD_GET, allInterfaceStatusGet),
-    custom("med-status", HTTPD_GET, medStatusGet),
+      {lldpQueryIfNumGet, outCustom(nullptr, ArgKind::IntPointer, showMedTransmitTlvs).made(kMedTlvModeParts)}}},
+    custom("med-intf-transmit-tlv", HTTPD_PUT, medTransmitTlvsSet, kSettingWrite,
+           "Sets or clears the LLDP-MED TLVs the body names; the others keep their setting",
+           {lldpQueryIfNumGet, reads(kMedTlvBodyParts)}),
+    custom("status", HTTPD_GET, statusGet, kPageRead, "The global LLDP timers that could be read",
+           {outMembers(kStatusParts)}),
+    custom("all-interface-status", HTTPD_GET, allInterfaceStatusGet, kPageRead,
+           "The LLDP modes and optional TLVs of every physical interface",
+           {outList("interfaces", kInterfaceStatusParts)}),
+    custom("med-status", HTTPD_GET, medStatusGet, kPageRead, "The LLDP-MED fast start repeat count and device class",
+           {outMembers(kMedStatusParts), outChoice("device-class", kDeviceClass)}),
     // Unlike the other settings, the interface comes from the request data,
     // may be absent (0 asks for the first), and failures are mapped.
     {"intf-next", HTTPD_GET, &kDeviceRead, {open<rpcclt_openapiLldpIntfNextGet>, {query("ifNum"), out("nextIfNum")}}},
@@ -216,7 +271,6 @@ static_assert(std::size(kSettingsRoutes) == 30);
 
 }  // namespace
 
-void settingsRoutesRegister(httpdTable *table) { registerRoutes<kSettingsRoutes>(table, kDir); }
-std::span<const route::Route> settingsRoutes() { return kSettingsRoutes; }
-
 }  // namespace lldp
+
+constinit const route::RouteGroup route_groups::kLldpSettings = route::routeGroup<lldp::kSettingsRoutes>(lldp::kDir);

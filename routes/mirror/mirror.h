@@ -42,6 +42,10 @@ constexpr uint32_t kBoth = 1, kRx = 2, kTx = 3;
 constexpr route::Choice kDirectionNames[] = {{"rx", kRx}, {"tx", kTx}};
 constexpr route::ChoiceTable kDirection = route::choiceTable(kDirectionNames, true, kBoth, "both");
 
+// A session's mode: "enable" in any case enables.
+constexpr route::Choice kEnableName[] = {{"enable", 1}};
+constexpr route::ChoiceTable kMode = route::choiceTable(kEnableName, true, 0, "disable");
+
 // Action of the OpEN writes that add to a list or attach a filter.
 constexpr uint32_t kAttach = 1;
 
@@ -64,7 +68,5 @@ void forEachListed(const char *list, size_t size, uint32_t limit, Each each) {
 // direction ("both" when OpEN cannot tell).
 cJSON *sourcePortObject(uint32_t session, uint32_t ifNum, bool withNumber);
 
-void mirrorRouteTableRegister(httpdTable *table);
-void sessionConfigRegister(httpdTable *table);
 
 }  // namespace mirror

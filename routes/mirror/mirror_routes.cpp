@@ -8,6 +8,7 @@
 
 #include "cgi/response.h"
 #include "routes/engine/values.h"
+#include "routes/families.h"
 #include "routes/mirror/mirror.h"
 #include "tools/common.h"
 
@@ -21,9 +22,10 @@ using namespace route;
 // "both", "unreserved") with code 0. Writes map the OpEN result.
 constexpr Answering kRead{&kMirror, Mapping::ShowDefaults, AnswerStyle::Line, AnswerStyle::Data, AnswerStyle::Data};
 constexpr Answering kWrite{&kMirror, Mapping::OpenRc, AnswerStyle::Line, AnswerStyle::Line, AnswerStyle::Line};
+// The VLAN ranges answer 0 whatever the single calls give.
+constexpr Answering kVlanRangesWrite{&kMirror, Mapping::ShowDefaults, AnswerStyle::Line, AnswerStyle::Line,
+                                     AnswerStyle::Line};
 
-constexpr Choice kEnableName[] = {{"enable", 1}};
-constexpr ChoiceTable kMode = choiceTable(kEnableName, true, 0, "disable");
 constexpr Choice kReservedName[] = {{"reserved", 1}};
 constexpr ChoiceTable kReserveState = choiceTable(kReservedName, true, 0, "unreserved");
 
@@ -31,6 +33,7 @@ constexpr BufferKind kInputText{256, SizeRule::LengthPlusOne, nullptr};
 constexpr BufferKind kIntfListText{5000, SizeRule::Capacity, nullptr};
 constexpr BufferKind kVlanListText{1024, SizeRule::Capacity, nullptr};
 constexpr BufferKind kAclNameText{256, SizeRule::Capacity, nullptr};
+constexpr BufferKind kIntfNameText{64, SizeRule::Capacity, nullptr};
 
 constexpr long kMaxRspanVlan = 4093;
 
@@ -55,7 +58,8 @@ void showInterface(cJSON *data, const Bind &, const Slot &slot) {
   ifNumToIntfName(ifNum, name);
   cJSON_AddStringToObject(data, "interface", name);
 }
-constexpr Bind kInterface = outCustom("interface", ArgKind::IntPointer, showInterface);
+constexpr Bind kInterfaceParts[] = {out("intIfNum").ifKnown(), outText("interface", kIntfNameText).orNull()};
+constexpr Bind kInterface = outCustom("interface", ArgKind::IntPointer, showInterface).made(kInterfaceParts);
 
 // The session of a configured destination, shown only beside "configured": true.
 void showSessionWhenConfigured(cJSON *data, const Bind &bind, const Slot &slot) {
@@ -63,6 +67,7 @@ void showSessionWhenConfigured(cJSON *data, const Bind &bind, const Slot &slot) 
     cJSON_AddNumberToObject(data, bind.outKey, static_cast<double>(static_cast<uint32_t>(slot.num)));
   }
 }
+constexpr Bind kSessionWhenConfigured[] = {out("sessionNum").ifKnown()};
 
 void showInterfaceList(cJSON *data, const Bind &bind, const Slot &slot) {
   cJSON *list = cJSON_AddArrayToObject(data, bind.outKey);
@@ -107,6 +112,12 @@ void showIpAcl(cJSON *data, const Bind &, const Slot &slot) {
   ipAclNameOf(aclId, name);
   cJSON_AddStringToObject(data, "ip-acl", name);
 }
+
+constexpr Bind kIpAclParts[] = {out("ip-acl-id"), outText("ip-acl", kAclNameText).orNull()};
+constexpr Bind kListedInterface[] = {out("intIfNum"), outText("interface", kIntfNameText)};
+constexpr Bind kListedSourcePort[] = {out("intIfNum"), outText("interface", kIntfNameText),
+                                      outChoice("direction", kDirection)};
+constexpr Bind kListedNumber[] = {out(nullptr)};
 
 // The IP ACL to attach: "acl-id" of the body (else of the query), else the
 // list that the body's "acl-name" names.
@@ -184,10 +195,17 @@ void rspanVlansSet() {
   answerWith(RC_SUCCESS, nullptr, nullptr, AnswerStyle::Line);
 }
 
+constexpr Bind kSourcePortsParts[] = {outList("source-ports", kListedSourcePort)};
+constexpr Bind kValidSrcParts[] = {outList("valid-src-interfaces", kListedInterface)};
+constexpr Bind kValidDestParts[] = {outList("valid-dest-interfaces", kListedInterface)};
+constexpr Bind kRspanVlansParts[] = {outList("rspan-vlans", kListedNumber)};
+constexpr Bind kIpAclInputs[] = {body("acl-id"), query("acl-id"), bodyText("acl-name", kInputText)};
+
 constexpr Route kMirrorRoutes[] = {
     {"sw-port-monitor-source-ports-list", HTTPD_GET, &kRead,
      {open<rpcclt_openapiSwPortMonitorSourcePortsListGet>,
-      {kSession, outCustom("source-ports", ArgKind::Buffer, showSourcePorts, &kIntfListText)}}},
+      {kSession, outCustom("source-ports", ArgKind::Buffer, showSourcePorts, &kIntfListText)
+                     .made(kSourcePortsParts)}}},
     {"source-port-direction", HTTPD_GET, &kRead,
      {open<rpcclt_openapiMirrorSourcePortDirectionGet>,
       {kSession, query("intIfNum"), outChoice("direction", kDirection)}}},
@@ -211,7 +229,8 @@ constexpr Route kMirrorRoutes[] = {
     {"sw-port-monitor-session", HTTPD_DELETE, &kWrite, {open<rpcclt_openapiSwPortMonitorSessionRemove>, {kSession}}},
     {"sw-port-monitor-is-dest-configured", HTTPD_POST, &kRead,
      {open<rpcclt_openapiSwPortMonitorIsDestConfigured>,
-      {kIntfAsked, outBool("configured"), outCustom("sessionNum", ArgKind::IntPointer, showSessionWhenConfigured)}}},
+      {kIntfAsked, outBool("configured"),
+       outCustom("sessionNum", ArgKind::IntPointer, showSessionWhenConfigured).made(kSessionWhenConfigured)}}},
     {"sw-port-monitor-is-src-configured", HTTPD_POST, &kRead,
      {open<rpcclt_openapiSwPortMonitorIsSrcConfigured>, {kIntfAsked, outBool("configured")}}},
     {"sw-port-monitor-src-configured-session", HTTPD_GET, &kRead,
@@ -226,14 +245,16 @@ constexpr Route kMirrorRoutes[] = {
      {open<rpcclt_openapiSwPortMonitorValidSrcIntfNextGet>, {query("intIfNum"), kInterface}}},
     {"sw-port-monitor-valid-src-intf-list", HTTPD_GET, &kRead,
      {open<rpcclt_openapiSwPortMonitorValidSrcIntfListGet>,
-      {outCustom("valid-src-interfaces", ArgKind::Buffer, showInterfaceList, &kIntfListText)}}},
+      {outCustom("valid-src-interfaces", ArgKind::Buffer, showInterfaceList, &kIntfListText)
+           .made(kValidSrcParts)}}},
     {"sw-port-monitor-valid-dest-intf-first", HTTPD_GET, &kRead,
      {open<rpcclt_openapiSwPortMonitorValidDestIntfFirstGet>, {kInterface}}},
     {"sw-port-monitor-valid-dest-intf-next", HTTPD_GET, &kRead,
      {open<rpcclt_openapiSwPortMonitorValidDestIntfNextGet>, {query("intIfNum"), kInterface}}},
     {"sw-port-monitor-valid-dest-intf-list", HTTPD_GET, &kRead,
      {open<rpcclt_openapiSwPortMonitorValidDestIntfListGet>,
-      {outCustom("valid-dest-interfaces", ArgKind::Buffer, showInterfaceList, &kIntfListText)}}},
+      {outCustom("valid-dest-interfaces", ArgKind::Buffer, showInterfaceList, &kIntfListText)
+           .made(kValidDestParts)}}},
     {"sw-monitor-vlan-list", HTTPD_GET, &kRead,
      {open<rpcclt_openapiSwMonitorVlanListGet>, {kSession, outText("vlan-list", kVlanListText)}}},
     {"sw-monitor-vlan-list", HTTPD_PUT, &kWrite,
@@ -254,22 +275,25 @@ constexpr Route kMirrorRoutes[] = {
     {"sw-monitor-reflector-port", HTTPD_PUT, &kWrite,
      {open<rpcclt_openapiSwMonitorReflectorPortSet>, {kSessionInBody, kIntfInBody}}},
     {"sw-monitor-ip-acl", HTTPD_GET, &kRead,
-     {open<rpcclt_openapiSwMonitorIpAclGet>, {kSession, outCustom("ip-acl-id", ArgKind::IntPointer, showIpAcl)}}},
+     {open<rpcclt_openapiSwMonitorIpAclGet>,
+      {kSession, outCustom("ip-acl-id", ArgKind::IntPointer, showIpAcl).made(kIpAclParts)}}},
     {"sw-monitor-ip-acl", HTTPD_PUT, &kWrite,
      {open<rpcclt_openapiSwMonitorIpAclSet>,
-      {kSessionInBody, customInput(ArgKind::IntValue, readIpAclToAttach), constant(kAttach)}}},
+      {kSessionInBody, customInput(ArgKind::IntValue, readIpAclToAttach).made(kIpAclInputs), constant(kAttach)}}},
     {"sw-monitor-mac-acl", HTTPD_GET, &kRead,
      {open<rpcclt_openapiSwMonitorMacAclGet>, {kSession, outText("mac-acl", kAclNameText)}}},
     {"sw-monitor-mac-acl", HTTPD_PUT, &kWrite,
      {open<rpcclt_openapiSwMonitorMacAclSet>,
       {kSessionInBody, bodyText("mac-acl", kInputText).needed(), constant(kAttach)}}},
     {"remote-span-vlan", HTTPD_GET, &kRead, {open<rpcclt_openapiRemoteSpanVlanGet>, {out("rspan-vlan")}}},
-    custom("remote-span-vlan", HTTPD_PUT, rspanVlansSet),
+    custom("remote-span-vlan", HTTPD_PUT, rspanVlansSet, kVlanRangesWrite,
+           "Makes remote-span VLANs of a list such as \"10,20-22\": ranges end at 4093, other words are passed over",
+           {bodyText("vlan-list", kInputText).needed()}),
     {"remote-span-vlan-next", HTTPD_GET, &kRead,
      {open<rpcclt_openapiRemoteSpanVlanNextGet>, {query("rspanVlan"), out("rspan-vlan-next")}}},
     {"remote-span-vlan-list", HTTPD_GET, &kRead,
      {open<rpcclt_openapiRemoteSpanVlanListGet>,
-      {outCustom("rspan-vlans", ArgKind::Buffer, showVlanNumbers, &kVlanListText)}}},
+      {outCustom("rspan-vlans", ArgKind::Buffer, showVlanNumbers, &kVlanListText).made(kRspanVlansParts)}}},
     {"is-rspan-vlan", HTTPD_POST, &kRead,
      {open<rpcclt_openapiMirrorIsRspanVlan>, {kVlanAsked, outBool("is-rspan-vlan")}}},
     {"is-src-vlan", HTTPD_POST, &kRead, {open<rpcclt_openapiMirrorIsSrcVlan>, {kVlanAsked, outBool("is-src-vlan")}}},
@@ -283,6 +307,6 @@ static_assert(std::size(kMirrorRoutes) == 45);
 
 }  // namespace
 
-void mirrorRouteTableRegister(httpdTable *table) { registerRoutes<kMirrorRoutes>(table, kMirrorDir); }
-
 }  // namespace mirror
+
+constinit const route::RouteGroup route_groups::kMirror = route::routeGroup<mirror::kMirrorRoutes>(mirror::kMirrorDir);

@@ -8,6 +8,7 @@
 
 #include "cgi/response.h"
 #include "routes/engine/values.h"
+#include "routes/families.h"
 #include "routes/mirror/mirror.h"
 #include "tools/common.h"
 
@@ -22,6 +23,14 @@ constexpr uint32_t kMaxSourceVlan = 4093;
 constexpr size_t kPortListSize = 5000;
 constexpr size_t kVlanListSize = 1024;
 constexpr size_t kAclNameSize = 256;
+
+// The words of the session document.
+constexpr BufferKind kNameText{64, SizeRule::Capacity, nullptr};
+constexpr BufferKind kAclNameText{kAclNameSize, SizeRule::Capacity, nullptr};
+constexpr const char *kMacFilter = "L2";
+constexpr const char *kIpFilter = "L3";
+constexpr Choice kFilterTypeNames[] = {{kMacFilter, 0}, {kIpFilter, 1}};
+constexpr ChoiceTable kFilterType = choiceTable(kFilterTypeNames, true, 0, kMacFilter);
 
 // 0 when "sessionId" is absent or not a session number.
 uint32_t sessionFromQuery() {
@@ -91,9 +100,9 @@ cJSON *aclFilterOf(uint32_t session) {
   if (ipRead && aclId != 0) {
     char ipName[256];
     ipAclNameOf(aclId, ipName);
-    return aclFilter("L3", ipName);
+    return aclFilter(kIpFilter, ipName);
   }
-  return macPresent ? aclFilter("L2", macName) : cJSON_CreateNull();
+  return macPresent ? aclFilter(kMacFilter, macName) : cJSON_CreateNull();
 }
 
 void sessionConfigGet() {
@@ -105,8 +114,8 @@ void sessionConfigGet() {
   JsonPtr document(cJSON_CreateObject());
   cJSON_AddNumberToObject(document.get(), "sessionId", session);
   uint32_t mode = 0;
-  bool enabled = rpcclt_openapiSwPortMonitorModeGet(&clientHandle, session, &mode) == OPEN_E_NONE && mode == 1;
-  cJSON_AddStringToObject(document.get(), "mode", enabled ? "enable" : "disable");
+  if (rpcclt_openapiSwPortMonitorModeGet(&clientHandle, session, &mode) != OPEN_E_NONE) mode = 0;
+  cJSON_AddStringToObject(document.get(), "mode", choiceText(kMode, mode));
   cJSON_AddItemToObject(document.get(), "destination", destinationOf(session));
   cJSON *sources = cJSON_AddObjectToObject(document.get(), "sources");
   cJSON_AddItemToObject(sources, "interfaces", sourcePortsOf(session));
@@ -143,8 +152,8 @@ bool documentIsValid(const cJSON *document) {
   const cJSON *type = cJSON_GetObjectItem(filter, "type");
   const cJSON *name = cJSON_GetObjectItem(filter, "aclName");
   if (!cJSON_IsString(type) || !cJSON_IsString(name) || name->valuestring[0] == '\0') return false;
-  bool l3 = strcasecmp(type->valuestring, "L3") == 0;
-  if (!l3 && strcasecmp(type->valuestring, "L2") != 0) return false;
+  bool l3 = strcasecmp(type->valuestring, kIpFilter) == 0;
+  if (!l3 && strcasecmp(type->valuestring, kMacFilter) != 0) return false;
   if (!l3 || !onlyDigits(name->valuestring)) return true;
   unsigned long number = strtoul(name->valuestring, nullptr, 10);
   return number >= 100 && number <= 199;
@@ -203,7 +212,7 @@ void attachAclFilter(uint32_t session, const cJSON *filter, Outcome &outcome) {
   const cJSON *type = cJSON_GetObjectItem(filter, "type");
   const cJSON *nameItem = cJSON_GetObjectItem(filter, "aclName");
   const char *name = cJSON_IsString(nameItem) ? nameItem->valuestring : "";
-  if (!cJSON_IsString(type) || strcasecmp(type->valuestring, "L3") != 0) {
+  if (!cJSON_IsString(type) || strcasecmp(type->valuestring, kIpFilter) != 0) {
     char text[kAclNameSize] = {0};
     strncpy(text, name, sizeof text - 1);
     open_buffdesc desc{static_cast<uint32_t>(strlen(text) + 1), text};
@@ -229,7 +238,7 @@ int32_t applyDocument(uint32_t session, const cJSON *document) {
   setDestination(session, cJSON_GetObjectItem(document, "destination"), outcome);
   attachAclFilter(session, cJSON_GetObjectItem(document, "aclFilter"), outcome);
   const cJSON *mode = cJSON_GetObjectItem(document, "mode");
-  uint32_t enable = cJSON_IsString(mode) && strcasecmp(mode->valuestring, "enable") == 0 ? 1 : 0;
+  auto enable = static_cast<uint32_t>(choiceValue(kMode, cJSON_IsString(mode) ? mode->valuestring : nullptr));
   outcome.recordOpen(rpcclt_openapiSwPortMonitorModeSet(&clientHandle, session, enable));
   return outcome.code;
 }
@@ -243,13 +252,36 @@ void sessionConfigPut() {
   answerWith(code, nullptr, nullptr, AnswerStyle::Line);
 }
 
+// The session document as GET writes it and PUT reads it.
+constexpr Bind kSessionId = query("sessionId").needed();
+constexpr Bind kSourcePortShown[] = {outText("interface", kNameText), outChoice("direction", kDirection)};
+constexpr Bind kVlanShown[] = {out(nullptr)};
+constexpr Bind kSourcesShown[] = {outList("interfaces", kSourcePortShown), outList("vlans", kVlanShown)};
+constexpr Bind kFilterShown[] = {outChoice("type", kFilterType), outText("aclName", kAclNameText)};
+constexpr Bind kSourcePortRead[] = {bodyText("interface", kNameText), bodyChoice("direction", kDirection)};
+constexpr Bind kVlanRead[] = {body(nullptr)};
+constexpr Bind kSourcesRead[] = {bodyList("interfaces", kSourcePortRead), bodyList("vlans", kVlanRead)};
+constexpr Bind kFilterRead[] = {bodyChoice("type", kFilterType).needed().strictly(),
+                                bodyText("aclName", kAclNameText).needed()};
+
+constexpr Answering kDocumentRead{&kMirror, Mapping::ShowDefaults, AnswerStyle::Data, AnswerStyle::Data,
+                                  AnswerStyle::Data};
+constexpr Answering kDocumentWrite{&kMirror, Mapping::OpenRc, AnswerStyle::Line, AnswerStyle::Line,
+                                   AnswerStyle::Line};
+
 constexpr Route kSessionRoutes[] = {
-    custom("config", HTTPD_GET, sessionConfigGet),
-    custom("config", HTTPD_PUT, sessionConfigPut),
+    custom("config", HTTPD_GET, sessionConfigGet, kDocumentRead,
+           "A monitor session as one document: mode, destination, source ports or VLANs, ACL filter",
+           {kSessionId, out("sessionId"), outChoice("mode", kMode), outText("destination", kNameText).orNull(),
+            outObject("sources", kSourcesShown), outObject("aclFilter", kFilterShown).orNull()}),
+    custom("config", HTTPD_PUT, sessionConfigPut, kDocumentWrite,
+           "Replaces a monitor session with a document; a session mirrors ports or VLANs, never both",
+           {kSessionId, bodyChoice("mode", kMode), bodyText("destination", kNameText),
+            bodyObject("sources", kSourcesRead), bodyObject("aclFilter", kFilterRead)}),
 };
 
 }  // namespace
 
-void sessionConfigRegister(httpdTable *table) { registerRoutes<kSessionRoutes>(table, kSessionDir); }
-
 }  // namespace mirror
+
+constinit const route::RouteGroup route_groups::kSession = route::routeGroup<mirror::kSessionRoutes>(mirror::kSessionDir);

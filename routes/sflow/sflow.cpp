@@ -130,7 +130,5 @@ constexpr size_t kFirstPart = 18;
 
 }  // namespace
 
-void sflowRoutesRegisterFirst(httpdTable *table) { registerRoutes<kSflowRoutes>(table, kDir, 0, kFirstPart); }
-void sflowRoutesRegisterRest(httpdTable *table) {
-  registerRoutes<kSflowRoutes>(table, kDir, kFirstPart, std::size(kSflowRoutes));
-}
+constinit const route::RouteGroup route_groups::kSflowFirst = routeGroup<kSflowRoutes>(kDir, 0, kFirstPart);
+constinit const route::RouteGroup route_groups::kSflowRest = routeGroup<kSflowRoutes>(kDir, kFirstPart);

@@ -5,6 +5,7 @@
 
 #include "cgi/response.h"
 #include "routes/engine/values.h"
+#include "routes/families.h"
 #include "routes/snmp/snmp.h"
 #include "tools/address.h"
 
@@ -87,9 +88,18 @@ constexpr Bind withViewName(Bind bind) {
   bind.buffer = &kViewName;
   return bind;
 }
-constexpr Bind kCommunityIn = withViewName(record<open_snmp_community_addr_t>(communityFromBody, nullptr));
+constexpr Bind kCommunityRead[] = {
+    bodyChoice("type", kAccessType).inside(kCommunityObject), bodyAddress("ipAddr").inside(kCommunityObject),
+    bodyAddress("ipMask").inside(kCommunityObject), body("ipv6PrefixLen").inside(kCommunityObject),
+    bodyText("viewName", kViewName).inside(kCommunityObject)};
+constexpr Bind kCommunityMembers[] = {outChoice("type", kAccessType), outAddress("ipAddr"), outAddress("ipMask"),
+                                      out("ipv6PrefixLen"), outText("viewName", kViewName)};
+constexpr Bind kCommunityShown[] = {outObject(kCommunityObject, kCommunityMembers)};
+constexpr Bind kCommunityIn =
+    withViewName(record<open_snmp_community_addr_t>(communityFromBody, nullptr)).made(kCommunityRead);
 constexpr Bind kCommunityOut =
-    withViewName(record<open_snmp_community_addr_t>(communityToFill, showCommunity, kCommunityObject));
+    withViewName(record<open_snmp_community_addr_t>(communityToFill, showCommunity, kCommunityObject))
+        .made(kCommunityShown);
 
 // A part of the walk's key that comes back as the next row's.
 constexpr Bind keyChoiceShown(const char *key, const ChoiceTable &table) {
@@ -161,6 +171,6 @@ static_assert(std::size(kAccessRoutes) == 17);
 
 }  // namespace
 
-void accessRoutesRegister(httpdTable *table) { registerRoutes<kAccessRoutes>(table, kDir); }
-
 }  // namespace snmp
+
+constinit const route::RouteGroup route_groups::kSnmpAccess = route::routeGroup<snmp::kAccessRoutes>(snmp::kDir);

@@ -1,6 +1,7 @@
 // Where the agent sends notifications and what it says about itself:
 // notification hosts, trap managers, trap flags, the trap source
 // interface, the system strings, the server mode and the OID-tree lookups.
+#include "routes/families.h"
 #include "routes/snmp/snmp.h"
 
 namespace snmp {
@@ -84,6 +85,6 @@ static_assert(std::size(kNotificationsRoutes) == 22);
 
 }  // namespace
 
-void notificationsRoutesRegister(httpdTable *table) { registerRoutes<kNotificationsRoutes>(table, kDir); }
-
 }  // namespace snmp
+
+constinit const route::RouteGroup route_groups::kSnmpNotifications = route::routeGroup<snmp::kNotificationsRoutes>(snmp::kDir);

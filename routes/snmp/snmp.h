@@ -39,9 +39,4 @@ constexpr route::ChoiceTable kSecurityLevel = route::choiceTable(kSecurityLevelN
 constexpr route::Choice kEnableName[] = {{"enable", 1}};
 constexpr route::ChoiceTable kEnableMode = route::choiceTable(kEnableName, false, 0, "disable");
 
-// Registration of each group of routes, in the family's order.
-void accessRoutesRegister(httpdTable *table);
-void usersRoutesRegister(httpdTable *table);
-void notificationsRoutesRegister(httpdTable *table);
-
 }  // namespace snmp

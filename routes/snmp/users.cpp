@@ -1,6 +1,7 @@
 // SNMPv3 users (of the local engine, of a remote engine, or of a remote
 // address), the local and remote engine identifiers, and the password
 // strength check.
+#include "routes/families.h"
 #include "routes/snmp/snmp.h"
 
 namespace snmp {
@@ -89,6 +90,6 @@ static_assert(std::size(kUsersRoutes) == 15);
 
 }  // namespace
 
-void usersRoutesRegister(httpdTable *table) { registerRoutes<kUsersRoutes>(table, kDir); }
-
 }  // namespace snmp
+
+constinit const route::RouteGroup route_groups::kSnmpUsers = route::routeGroup<snmp::kUsersRoutes>(snmp::kDir);

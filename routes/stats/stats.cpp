@@ -97,13 +97,17 @@ void interfaceStatsGet() {
   answerWith(code, "stats", data.get(), AnswerStyle::Data);
 }
 
+constexpr Bind kCounterValue[] = {out(nullptr)};
+
 constexpr Route kStatsRoutes[] = {
     {"stat", HTTPD_GET, &kRead, {open<rpcclt_openapiStatGet>, {kCounterInQuery, kIfNum, out("counterValue")}}},
     {"stat-string", HTTPD_GET, &kRead,
      {open<rpcclt_openapiStatStringGet>, {kCounterInQuery, kIfNum, outText("counterValueStr", kDecimalText)}}},
     {"stat-reset", HTTPD_POST, &kWrite, {open<rpcclt_openapiStatReset>, {kCounterInBody, kIfNum}}},
     {"interface-stats-buf-size", HTTPD_GET, &kRead, {open<rpcclt_openapiInterfaceStatsBufSizeGet>, {out("bufSize")}}},
-    custom("interface-stats", HTTPD_GET, interfaceStatsGet),
+    custom("interface-stats", HTTPD_GET, interfaceStatsGet, kRead,
+           "Every counter of an interface as one array, in counter order; none when the switch keeps no block",
+           {kIfNum, outList("counterArray", kCounterValue).ifKnown()}),
     {"interface-stats-reset", HTTPD_POST, &kWrite, {open<rpcclt_openapiInterfaceStatsReset>, {kIfNum}}},
     {"reset-all-interfaces-stats", HTTPD_POST, &kWrite, {open<rpcclt_openapiResetAllInterfacesStats>, {}}},
     {"interface-stats-reset-time", HTTPD_GET, &kRead,
@@ -112,4 +116,4 @@ constexpr Route kStatsRoutes[] = {
 
 }  // namespace
 
-void statsRoutesRegister(httpdTable *table) { registerRoutes<kStatsRoutes>(table, kDir); }
+constinit const route::RouteGroup route_groups::kStats = routeGroup<kStatsRoutes>(kDir);

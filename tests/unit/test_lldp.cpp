@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
+#include <span>
 #include <vector>
 
+#include "routes/families.h"
 #include "routes/lldp/lldp.h"
 #include "tests/unit/sim_fixture.h"
 
@@ -37,8 +39,9 @@ std::vector<std::string> keysOf(const route::Route &row) {
 
 TEST(LldpRoutes, NeighbourRoutesSpellTheirKeysAsTheirOperationNameSays) {
   size_t checked = 0;
-  for (auto table : {lldp::settingsRoutes(), lldp::remoteDeviceRoutes(), lldp::localDeviceRoutes()}) {
-    for (const route::Route &row : table) {
+  for (const route::RouteGroup *group : routeGroups()) {
+    if (strcmp(group->dir, lldp::kDir) != 0) continue;
+    for (const route::Route &row : std::span(group->rows, group->count)) {
       std::vector<std::string> keys = keysOf(row);
       // Rows that name no neighbour (the model-name size, MAU texts) read no neighbour keys.
       if (std::find(keys.begin(), keys.end(), "remIndex") == keys.end()) continue;
