@@ -115,7 +115,10 @@ test('the explorer loads the document with the session authorised, and Try it ou
   explorer.on('pageerror', (error) => errors.push(error.message));
   explorer.on('console', (message) => { if (message.type() === 'error') errors.push(message.text()); });
   await explorer.goto(`${world.base}/docs/#session=${world.session}`);
+  // Swagger UI draws only the operations in view: scroll down to the one.
   const operation = explorer.locator('.opblock-get:has(.opblock-summary-path[data-path="/api/v2/monitoring/snmp/sys-name"])');
+  await explorer.locator('.opblock').first().waitFor();
+  for (let i = 0; i < 200 && await operation.count() === 0; i += 1) await explorer.mouse.wheel(0, 400);
   await operation.locator('.opblock-summary').click();
   await operation.locator('button.execute').click();
   const body = operation.locator('.responses-wrapper .live-responses-table .microlight').first();
