@@ -129,9 +129,14 @@ test('the explorer loads the document with the session authorised, and Try it ou
   await explorer.close();
 });
 
-test('a session removed on disk turns the page into the expired-session message', async () => {
+test('a session removed on disk, or none at all, turns the page into the expired-session message', async () => {
   await rm(join(world.sandbox, 'tmp/session', world.session));
-  await until(() => !document.querySelector('#session-problem').hidden);
-  assert.match(await text('#session-problem'), /session has expired or is missing[\s\S]*scripts\/login --root build\/run admin/);
+  const bare = await browser.context.newPage();
+  await bare.goto(world.base);
+  for (const tab of [page, bare]) {
+    await tab.waitForFunction(() => !document.querySelector('#session-problem').hidden, null, { timeout: 10000 });
+    assert.match(await tab.locator('#session-problem').innerText(),
+      /session has expired or is missing[\s\S]*scripts\/login --root build\/run admin/);
+  }
   assert.deepEqual(pageErrors, []);
 });
