@@ -98,7 +98,7 @@ export class Client {
   // The walk ends at a non-zero result code or at an empty next key (every
   // member "" or 0); a key that does not advance, or `limit` rows, end it too,
   // so that no answer can keep it going for ever. Returns the rows (the data
-  // of every answer but the last) and the envelope's resp that ended it:
+  // of every answer that named a next key) and the resp that ended the walk:
   // end.respCode is NO_FURTHER_ROW when the table simply has no more.
   async walk(method, route, first, nextKey, { query, poll, limit = 10000 } = {}) {
     const rows = [];
