@@ -1,0 +1,82 @@
+// The world of the web tests, as ./run makes it: scripts/serve on a free
+// port with a sandbox of its own, the simulated switch's control tool, and
+// Debian's Chromium.
+import { spawn, execFile } from 'node:child_process';
+import { mkdtemp, rm, mkdir } from 'node:fs/promises';
+import { createServer } from 'node:net';
+import { tmpdir } from 'node:os';
+import { join, resolve } from 'node:path';
+import { promisify } from 'node:util';
+import { createRequire } from 'node:module';
+
+export const root = resolve(import.meta.dirname, '../..');
+export const artifacts = join(root, 'build/web-test');
+const require = createRequire(join(root, 'web/package.json'));
+
+export function freePort() {
+  return new Promise((done, fail) => {
+    const server = createServer().once('error', fail).listen(0, '127.0.0.1', () => {
+      const { port } = server.address();
+      server.close(() => done(port));
+    });
+  });
+}
+
+// Starts scripts/serve and waits for its addresses. Returns the base URL,
+// the page's address with its session, the session, the sandbox, opensimctl
+// bound to this world's switch, and stop().
+export async function startWorld() {
+  const sandbox = await mkdtemp(join(tmpdir(), 'mon-web-'));
+  const port = await freePort();
+  const serve = spawn(join(root, 'scripts/serve'), [sandbox, String(port)], { stdio: ['ignore', 'pipe', 'pipe'] });
+  let out = '';
+  let err = '';
+  serve.stderr.on('data', (chunk) => { err += chunk; });
+  const exited = new Promise((done) => serve.once('exit', done));
+  await new Promise((ready, fail) => {
+    const timer = setTimeout(() => fail(new Error(`scripts/serve gave no addresses in 20 s: ${err}`)), 20000);
+    serve.stdout.on('data', (chunk) => {
+      out += chunk;
+      if (/Ctrl-C stops/.test(out)) { clearTimeout(timer); ready(); }
+    });
+    serve.once('exit', (code) => { clearTimeout(timer); fail(new Error(`scripts/serve exited ${code}: ${err}`)); });
+  });
+  const pageUrl = out.split('\n')[0];
+  const session = /#session=(\w+)/.exec(pageUrl)[1];
+  const socket = /OPEN_RPC_SOCKET=(\S+)/.exec(out)[1];
+  const run = promisify(execFile);
+  return {
+    base: `http://127.0.0.1:${port}`,
+    pageUrl,
+    session,
+    sandbox,
+    ctl: (...args) => run(join(root, 'build/bin/opensimctl'), args, { env: { ...process.env, OPEN_RPC_SOCKET: socket } }),
+    async stop() {
+      serve.kill('SIGTERM');
+      await exited;
+      await rm(sandbox, { recursive: true, force: true });
+    },
+  };
+}
+
+// Headless Chromium as Debian ships it, on a fresh profile; the flags keep
+// it off the network, which this machine does not have (it would retry
+// refused connections). Returns the browser context and close().
+export async function launchBrowser(options = {}) {
+  const { chromium } = require('playwright-core');
+  const profile = await mkdtemp(join(tmpdir(), 'mon-chromium-'));
+  const context = await chromium.launchPersistentContext(profile, {
+    executablePath: '/usr/bin/chromium',
+    args: ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
+      '--disable-background-networking', '--disable-component-update', '--disable-sync'],
+    ...options,
+  });
+  await mkdir(artifacts, { recursive: true });
+  return {
+    context,
+    async close() {
+      await context.close();
+      await rm(profile, { recursive: true, force: true });
+    },
+  };
+}
