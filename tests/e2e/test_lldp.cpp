@@ -20,19 +20,11 @@ class LldpTest : public SwitchTest {
   }
 };
 
-// The quirks of the rows (every row's plain behaviour is the route check's):
-// "enable" in any case, the optional TLV's name in any case, the LLDP-MED
-// mask's low byte, the capability bytes.
-TEST_F(LldpTest, ModesReadInAnyCaseAndMasksAndCapabilitiesShowTheirBytes) {
+// The quirks of the rows (every row's plain behaviour is the route check's,
+// their words the word check's): the LLDP-MED mask's low byte, the
+// capability bytes, an IPv6 management address.
+TEST_F(LldpTest, MasksCapabilitiesAndAddressesShowTheirBytes) {
   expectRoutes(kLldp, "lldp", {
-      {"PUT", "intf-receive-mode?ifNum=4", R"({"receive":"ENABLE"})", "openapiLldpIntfReceiveModeSet", "[]", "[4,1]", "",
-       true},
-      {"PUT", "intf-notification-mode?ifNum=5", R"({"notification":"on"})", "openapiLldpIntfNotificationModeSet", "[]",
-       "[5,0]", "", true},
-      {"GET", "intf-receive-mode?ifNum=4", "", "openapiLldpIntfReceiveModeGet", "[2]", "[4]", R"({"receive":"disable"})",
-       false},
-      {"PUT", "intf-tlv-transmit-mode?ifNum=9", R"({"tlv-type":"Port-VLAN","mode":"enable"})",
-       "openapiLldpIntfTLVTransmitModeSet", "[]", "[9,5,1]", "", true},
       // Only the low byte is shown: 0xff25.
       {"GET", "med-intf-transmit-tlv?ifNum=10", "", "openapiLldpMedIntfTransmitTlvGet", "[65317]", "[10]",
        R"({"capabilities":"enable","network-policy":"disable","location":"enable","extended-pse":"disable",)"

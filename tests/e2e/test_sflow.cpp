@@ -23,15 +23,6 @@ TEST_F(SflowTest, AddressesModesAndTextsKeepTheirForm) {
       // An address that is neither IPv4 nor IPv6 still goes out, as family 0.
       {"PUT", "rcvr-address?index=1", R"({"ipAddr":"abc"})", "openapiSflowRcvrAddressSet", "[]",
        R"([1,{"family":0,"addr":""}])", "", true},
-      // Only "enable" exactly enables; only 1 shows as enabled; sampler types exactly, others 0.
-      {"PUT", "cfg-mode", R"({"sflowConfigMode":"Enable"})", "openapiSflowCfgModeSet", "[]", "[0]", "", true},
-      {"GET", "oper-mode", "", "openapiSflowOperModeGet", "[2]", "[]", R"({"sflowOperMode":"disable"})", false},
-      {"PUT", "sampler-mac-acl?ifNum=6&index=2", R"({"aclNum":7,"action":"disable"})", "openapiSflowSamplerMacAclSet",
-       "[]", "[2,6,7,0]", "", true},
-      {"GET", "fs-packet-sampling-rate?ifNum=5&instance=1&type=egress", "", "openapiSflowFsPacketSamplingRateGet",
-       "[4096]", "[5,1,2]", R"({"rate":4096})", false},
-      {"PUT", "fs-packet-sampling-rate?ifNum=5&instance=1", R"({"type":"Egress","rate":4096})",
-       "openapiSflowFsPacketSamplingRateSet", "[]", "[5,1,0,4096]", "", true},
       // Absent values are 0; an owner keeps 255 characters of a 256-byte buffer described whole.
       {"PUT", "rcvr-owner", R"({"owner":")" + std::string(300, 'o') + R"("})", "openapiSflowRcvrOwnerSet", "[]",
        R"([0,")" + std::string(255, 'o') + R"(",0])", "", true},

@@ -21,7 +21,6 @@ TEST_F(StatsTest, CountersKeepTheirWidthAndCounterNamesTheirCase) {
       {"POST", "stat-reset?ifNum=7", R"({"COUNTERID":"ctr_rx_fcs_errors"})", "openapiStatReset", "[]", "[17,7]", "",
        true},
       {"POST", "stat-reset?ifNum=7", R"({"counterId":5})", "openapiStatReset", "[]", "[0,7]", "", true},
-      {"GET", "stat?ifNum=4&counterId=CTR_RX_64", "", "openapiStatGet", "[1]", "[0,4]", R"({"counterValue":1})", false},
       {"GET", "stat?ifNum=abc&counterId=ctr_rx_6", "", "openapiStatGet", "[1]", "[0,0]", R"({"counterValue":1})", false},
   });
 }
