@@ -4,8 +4,9 @@
 
 #include <algorithm>
 #include <cstring>
-#include <string>
 #include <span>
+#include <string>
+#include <tuple>
 #include <vector>
 
 #include "routes/families.h"
@@ -58,43 +59,34 @@ TEST(LldpRoutes, NeighbourRoutesSpellTheirKeysAsTheirOperationNameSays) {
   EXPECT_EQ(checked, 48u);
 }
 
-class LldpAgentTest : public simtest::SimFixture {};
+using LldpAgentTest = simtest::SimFixture;
 
 TEST_F(LldpAgentTest, ManagementAddressesAreWalkedInFamilyAndAddressOrder) {
-  std::vector<std::string> seen;
   uint32_t family = 0, length = 0;
   char text[64] = "";
   open_buffdesc address{sizeof text, text};
-  open_error_t rc;
-  while ((rc = sim::openapiLldpIntfRemoteDeviceMgmtAddressNextGet(dev, 12, 2, 3544, &family, &address, &length)) ==
-         OPEN_E_NONE) {
-    seen.push_back(std::to_string(family) + " " + text + " " + std::to_string(length));
+  auto next = [&](uint32_t port) {
     address.size = sizeof text;
+    return sim::openapiLldpIntfRemoteDeviceMgmtAddressNextGet(dev, port, 2, 3544, &family, &address, &length);
+  };
+  std::string seen;
+  open_error_t rc;
+  while ((rc = next(12)) == OPEN_E_NONE) {
+    seen += std::to_string(family) + " " + text + "/" + std::to_string(length) + " ";
   }
   EXPECT_EQ(rc, OPEN_E_NOT_FOUND);
-  EXPECT_EQ(seen, (std::vector<std::string>{"1 10.10.0.12 4", "1 192.168.0.12 4", "2 2001:db8:10::12 16",
-                                            "2 fe80::21e:c9ff:fea2:4410 16"}));
-  family = 1;
-  snprintf(text, sizeof text, "not an address");
-  EXPECT_EQ(sim::openapiLldpIntfRemoteDeviceMgmtAddressNextGet(dev, 12, 2, 3544, &family, &address, &length),
-            OPEN_E_PARAM);
-  EXPECT_EQ(sim::openapiLldpIntfRemoteDeviceMgmtAddressNextGet(dev, 29, 2, 3544, &family, &address, &length),
-            OPEN_E_UNAVAIL);
+  EXPECT_EQ(seen, "1 10.10.0.12/4 1 192.168.0.12/4 2 2001:db8:10::12/16 2 fe80::21e:c9ff:fea2:4410/16 ");
+  EXPECT_EQ(next(29), OPEN_E_UNAVAIL);
 }
 
 TEST_F(LldpAgentTest, LocalPortDataFollowsThePortsKindAndLink) {
-  const struct {
-    uint32_t port, mauType, autoNeg;
-    const char *advertised;
-  } cases[] = {{1, 30, 1, "6c01"}, {17, 0, 1, "6c01"}, {25, 36, 0, "0000"}, {27, 0, 0, "0000"}};
-  for (const auto &c : cases) {
-    SCOPED_TRACE(c.port);
-    uint32_t mauType = 99, autoNeg = 99;
-    EXPECT_EQ(sim::openapiLldpdot3LocPortAutoNegOperMauTypeGet(dev, c.port, &mauType), OPEN_E_NONE);
-    EXPECT_EQ(sim::openapiLldpdot3LocPortAutoNegSupportedGet(dev, c.port, &autoNeg), OPEN_E_NONE);
-    EXPECT_EQ(mauType, c.mauType);
-    EXPECT_EQ(autoNeg, c.autoNeg);
-    EXPECT_EQ(text(sim::openapiLldpdot3LocPortAutoNegAdvertizedCapGet, c.port), c.advertised);
+  // Port, MAU type, auto-negotiation supported, advertised capabilities.
+  const std::tuple<uint32_t, uint32_t, uint32_t, const char *> cases[] = {
+      {1, 30, 1, "6c01"}, {17, 0, 1, "6c01"}, {25, 36, 0, "0000"}, {27, 0, 0, "0000"}};
+  for (const auto &[port, mauType, autoNeg, advertised] : cases) {
+    EXPECT_EQ(number(sim::openapiLldpdot3LocPortAutoNegOperMauTypeGet, port), mauType) << port;
+    EXPECT_EQ(number(sim::openapiLldpdot3LocPortAutoNegSupportedGet, port), autoNeg) << port;
+    EXPECT_EQ(text(sim::openapiLldpdot3LocPortAutoNegAdvertizedCapGet, port), advertised) << port;
   }
 }
 
