@@ -598,13 +598,15 @@ int wireDecodeRequest(std::string_view body, OpenCallArgs &args) {
   return in.done() ? 0 : -1;
 }
 
+void wireEncodeOutputs(std::string &out, const OpenOpDesc &op, void *const objects[]) {
+  for (uint8_t i = 0; i < op.argCount; ++i) {
+    if (openArgIsOutput(op.args[i])) encodeValue(out, typeOf(op.args[i]), objects[i], true);
+  }
+}
+
 void wireEncodeReplyBody(std::string &out, int32_t rc, const OpenCallArgs *args) {
   out.append(reinterpret_cast<const char *>(&rc), sizeof rc);
-  if (args == nullptr) return;
-  const OpenOpDesc &op = args->op();
-  for (uint8_t i = 0; i < op.argCount; ++i) {
-    if (openArgIsOutput(op.args[i])) encodeValue(out, typeOf(op.args[i]), args->object(i), true);
-  }
+  if (args != nullptr) wireEncodeOutputs(out, args->op(), args->objects());
 }
 
 void wireEncodeReply(std::string &out, int32_t rc, const OpenCallArgs *args) {
@@ -652,26 +654,41 @@ void wireRenderString(std::string &out, std::string_view text, size_t textLimit)
     while (keep > 0 && (static_cast<unsigned char>(text[keep]) & 0xC0) == 0x80) --keep;
   }
   out += '"';
+  size_t plain = 0;  // where the run of bytes that need no escape began
   for (size_t i = 0; i < keep; ++i) {
     unsigned char c = static_cast<unsigned char>(text[i]);
+    if (c >= 0x20 && c != '"' && c != '\\') continue;
+    out.append(text.data() + plain, i - plain);
+    plain = i + 1;
     const char *escape = c == '"' ? "\\\"" : c == '\\' ? "\\\\" : c == '\b' ? "\\b" : c == '\f' ? "\\f"
                        : c == '\n' ? "\\n" : c == '\r' ? "\\r" : c == '\t' ? "\\t" : nullptr;
     if (escape != nullptr) {
       out += escape;
-    } else if (c < 0x20) {
-      char code[8];
-      snprintf(code, sizeof code, "\\u%04x", c);
-      out += code;
-    } else {
-      out += static_cast<char>(c);
+      continue;
     }
+    char code[8];
+    snprintf(code, sizeof code, "\\u%04x", c);
+    out += code;
   }
+  out.append(text.data() + plain, keep - plain);
   if (keep < text.size()) {
     out += "[cut, ";
     out += std::to_string(text.size());
     out += " bytes in all]";
   }
   out += '"';
+}
+
+std::string wireWrittenAnswer(int32_t rc, const OpenOpDesc &op, void *const objects[], bool withOutputs) {
+  std::string answer = "{\"rc\":" + std::to_string(rc) + ",\"out\":[";
+  bool first = true;
+  for (uint8_t i = 0; i < op.argCount && withOutputs; ++i) {
+    if (!openArgIsOutput(op.args[i])) continue;
+    if (!first) answer += ',';
+    first = false;
+    wireRender(answer, op.args[i], objects[i]);
+  }
+  return answer + "]}";
 }
 
 int wireDecodeWritten(const OpenArgDesc &arg, const cJSON *json, void *obj, OpenStorage &storage) {

@@ -94,6 +94,8 @@ int wireDecodeRequest(std::string_view body, OpenCallArgs &args);
 void wireEncodeReply(std::string &out, int32_t rc, const OpenCallArgs *args);
 // Its body: the result and, with `args`, the outputs.
 void wireEncodeReplyBody(std::string &out, int32_t rc, const OpenCallArgs *args);
+// The outputs of an answer body from the objects of `op`'s arguments.
+void wireEncodeOutputs(std::string &out, const OpenOpDesc &op, void *const objects[]);
 // Client: the result an answer body carries, OPEN_E_INTERNAL when it is not
 // an answer of `op`. Outputs are written only through `objects`, never past
 // the sizes the caller's descriptors give; a refusal leaves them untouched.
@@ -110,6 +112,9 @@ int32_t wireDecodeReplyInto(std::string_view body, OpenCallArgs &args);
 void wireRender(std::string &out, const OpenArgDesc &arg, const void *obj, size_t textLimit = SIZE_MAX);
 // Appends `text` as a JSON string, escaped as cJSON escapes it.
 void wireRenderString(std::string &out, std::string_view text, size_t textLimit = SIZE_MAX);
+// {"rc": rc, "out": [the outputs in their written form]}, the outputs left
+// out when there are none (a refusal).
+std::string wireWrittenAnswer(int32_t rc, const OpenOpDesc &op, void *const objects[], bool withOutputs);
 // Reads an argument in its written form (integers also as decimal text)
 // into `obj`, its buffers taken from `storage`. 0, or -1 when it is not one.
 int wireDecodeWritten(const OpenArgDesc &arg, const cJSON *json, void *obj, OpenStorage &storage);

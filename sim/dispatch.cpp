@@ -35,7 +35,9 @@ OpenOpId idOf(const OpenOpDesc &op) { return static_cast<OpenOpId>(&op - kOpenOp
 // megabyte argument costs the log a line.
 std::string logEntryOf(const OpenCallArgs &args) {
   const OpenOpDesc &op = args.op();
-  std::string entry = "{\"op\":";
+  std::string entry;
+  entry.reserve(128);
+  entry += "{\"op\":";
   wireRenderString(entry, op.name);
   entry += ",\"in\":[";
   bool first = true;
@@ -102,15 +104,7 @@ std::string writtenAnswer(const OpenOpDesc &op, std::string_view reply) {
   std::string_view body = reply.substr(kWireHeaderSize);
   OpenCallArgs outputs(op);
   int32_t rc = wireDecodeReplyInto(body, outputs);
-  std::string answer = "{\"rc\":" + std::to_string(rc) + ",\"out\":[";
-  bool first = true;
-  for (uint8_t i = 0; i < op.argCount && body.size() > sizeof rc; ++i) {
-    if (!openArgIsOutput(op.args[i])) continue;
-    if (!first) answer += ',';
-    first = false;
-    wireRender(answer, op.args[i], outputs.object(i));
-  }
-  return answer + "]}";
+  return wireWrittenAnswer(rc, op, outputs.objects(), body.size() > sizeof rc);
 }
 
 }  // namespace
