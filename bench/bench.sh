@@ -134,18 +134,15 @@ cpu_ms() {
     fi
 }
 
-# Wall milliseconds of one process: the median of five batches of $runs/5,
-# so that a burst of other work on the machine moves it less.
-wall_ms() {
-    local batch=$((runs / 5)) times=() start end
-    for _ in 1 2 3; do env -i "$@" >/dev/null; done
-    for _ in 1 2 3 4 5; do
-        start="$(date +%s%N)"
-        for _ in $(seq "$batch"); do env -i "$@" >/dev/null; done
-        end="$(date +%s%N)"
-        times+=("$(awk -v ns="$((end - start))" -v n="$batch" 'BEGIN { printf "%.3f", ns / n / 1e6 }')")
-    done
-    printf '%s\n' "${times[@]}" | sort -n | sed -n 3p
+# Wall milliseconds of one process in a batch of $runs/5 runs; each case's
+# figure is the median of five batches, the cases' batches taking turns so
+# that a burst of other work on the machine falls on all of them alike.
+batch_ms() {
+    local batch=$((runs / 5)) start end
+    start="$(date +%s%N)"
+    for _ in $(seq "$batch"); do env -i "$@" >/dev/null; done
+    end="$(date +%s%N)"
+    awk -v ns="$((end - start))" -v n="$batch" 'BEGIN { printf "%.3f", ns / n / 1e6 }'
 }
 
 # The OpEN calls one request makes, from the simulator's call log.
@@ -162,7 +159,7 @@ inclusive_of() {  # CALLGRIND_FILE PATTERN: the summed inclusive cost of the fun
 
 ratio() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.2f", a / b }'; }
 
-declare -A instr cpu wall
+declare -A instr cpu wall commands
 names=(floor stat remote all)
 declare -A paths=([stat]="stats/stat?ifNum=1&counterId=ctr_rx_total_bytes" [remote]="lldp/remote-device"
     [all]="lldp/all-interface-status")
@@ -181,11 +178,21 @@ for name in "${names[@]}"; do
     instr[$name]="$(instructions "$work/cg.$name" "${cmd[@]}")"
     [ "$name" = floor ] || check_answer "$work/cg.$name.stdout"
     cpu[$name]="$(cpu_ms "${cmd[@]}")"
-    wall[$name]="$(wall_ms "${cmd[@]}")"
+    commands[$name]="$(printf '%q ' "${cmd[@]}")"
+done
+declare -A batches
+for _ in 1 2 3 4 5; do
+    for name in "${names[@]}"; do
+        eval "cmd=(${commands[$name]})"
+        batches[$name]+="$(batch_ms "${cmd[@]}") "
+    done
+done
+for name in "${names[@]}"; do
+    wall[$name]="$(printf '%s\n' ${batches[$name]} | sort -n | sed -n 3p)"
 done
 
 echo "Per request (instructions: callgrind, whole process; CPU: $cpu_method, mean of $runs;"
-echo "wall: median of five batches of $((runs / 5)), run directly against the simulated switch)"
+echo "wall: median of five batches of $((runs / 5)) taking turns, run directly against the simulated switch)"
 row='%-34s %12s %7s %9s %7s %9s %7s\n'
 printf "$row" request instructions ratio "CPU ms" ratio "wall ms" ratio
 for name in "${names[@]}"; do
@@ -211,7 +218,7 @@ kill -TERM "$sim_pid"
 wait "$sim_pid" 2>/dev/null || true
 unset 'pids[-1]'
 sim_total="$(sed -n 's/^summary: *//p' "$work/cg.sim")"
-sim_model="$(inclusive_of "$work/cg.sim" ' sim::openapi')"
+sim_model="$(inclusive_of "$work/cg.sim" ':sim::openapi')"
 client_call=$((client_total / calls))
 sim_call=$(((sim_total - sim_model) / calls))
 echo "Per OpEN call of GET lldp/all-interface-status ($calls calls; callgrind)"
