@@ -527,8 +527,8 @@ void keepDigits(cJSON *json, std::string_view text) {
   }
 }
 
-// Requests and answers name no operation twice: the head of a request, the
-// result of an answer.
+// What a request begins with: the operation and the signature it was built
+// with.
 bool readHead(Reader &in, RequestHead &head) { return in.copy(&head.op, sizeof head.op) && in.copy(&head.signature, sizeof head.signature); }
 
 const OpenTypeInfo &typeOf(const OpenArgDesc &arg) { return openTypeInfo(arg.type); }
