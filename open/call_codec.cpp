@@ -16,7 +16,7 @@ bool argObjects(const OpenOpDesc &op, void *const argv[], void *objects[]) {
 
 }  // namespace
 
-bool openEncodeRequest(std::string &out, OpenOpId id, void *const argv[]) {
+bool openEncodeRequest(WireBuffer &out, OpenOpId id, void *const argv[]) {
   void *objects[kOpenMaxArgs + 1];
   if (!argObjects(kOpenOps[id], argv, objects)) return false;
   wireEncodeRequest(out, id, objects);

@@ -26,8 +26,6 @@
 #include <memory>
 #include <new>
 
-#include <string>
-
 #include "open/call_codec.h"
 #include "open/openapi.h"
 #include "open/opdesc.h"
@@ -152,7 +150,7 @@ void disconnect(openapiClientHandle_t *client) {
 }
 
 // Sends `request` and reads the answer frame within the operation's time.
-Io exchange(openapiClientHandle_t *client, const std::string &request, int timeoutMs, ReplyBuffer &reply,
+Io exchange(openapiClientHandle_t *client, const WireBuffer &request, int timeoutMs, ReplyBuffer &reply,
             size_t *length) {
   long long deadline = nowMs() + timeoutMs;
   if (client->fd < 0) client->fd = connectServer();
@@ -165,9 +163,9 @@ open_error_t openRpcCall(openapiClientHandle_t *client, OpenOpId id, void *const
   if (client == nullptr) return OPEN_E_PARAM;
   bool check = id == OPEN_OPID_openapiConnectivityCheck;
   if (client->stalled && !check) return OPEN_E_RPC;
-  std::string request;
-  request.reserve(256);
+  WireBuffer request;
   if (!openEncodeRequest(request, id, argv)) return OPEN_E_PARAM;
+  if (request.failed()) return OPEN_E_RPC;  // no memory for the frame: nothing was sent
   ReplyBuffer reply;
   size_t length = 0;
   Io done = exchange(client, request, check ? kConnectivityCheckTimeoutMs : kCallTimeoutMs, reply, &length);

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__,
               "integers are copied to and from the wire as they lie in memory: little-endian");
@@ -186,7 +187,7 @@ bool holdsBuffers(const OpenTypeInfo &type) { return openKindIsBuffer(type.kind)
 
 // ---- The binary form ----
 
-void putU32(std::string &out, uint32_t value) { out.append(reinterpret_cast<const char *>(&value), sizeof value); }
+void putU32(WireBuffer &out, uint32_t value) { out.append(&value, sizeof value); }
 
 // Reads within the bytes it was given, never past them.
 struct Reader {
@@ -208,16 +209,16 @@ struct Reader {
   bool done() const { return at == end; }
 };
 
-void encodeValue(std::string &out, const OpenTypeInfo &type, const void *obj, bool content);
+void encodeValue(WireBuffer &out, const OpenTypeInfo &type, const void *obj, bool content);
 
-void encodeBuffer(std::string &out, const open_buffdesc *desc, bool content) {
+void encodeBuffer(WireBuffer &out, const open_buffdesc *desc, bool content) {
   putU32(out, desc->size);
   if (!content) return;
   putU32(out, static_cast<uint32_t>(contentOf(desc)));
   if (desc->pstart != nullptr) out.append(desc->pstart, desc->size);
 }
 
-void encodeRecord(std::string &out, const OpenTypeInfo &type, const char *obj, bool content) {
+void encodeRecord(WireBuffer &out, const OpenTypeInfo &type, const char *obj, bool content) {
   for (uint8_t i = 0; i < type.fieldCount; ++i) {
     const OpenField &field = type.fields[i];
     const OpenTypeInfo &member = openTypeInfo(field.type);
@@ -234,7 +235,7 @@ void encodeRecord(std::string &out, const OpenTypeInfo &type, const char *obj, b
   }
 }
 
-void encodeValue(std::string &out, const OpenTypeInfo &type, const void *obj, bool content) {
+void encodeValue(WireBuffer &out, const OpenTypeInfo &type, const void *obj, bool content) {
   switch (type.kind) {
     case OpenKind::Int:
     case OpenKind::In6:
@@ -247,7 +248,7 @@ void encodeValue(std::string &out, const OpenTypeInfo &type, const void *obj, bo
       if (!content) return;
       const auto *addr = static_cast<const open_inet_addr_t *>(obj);
       open_inet_addr_t sent = normalAddress(addr->family, &addr->addr);
-      out.append(reinterpret_cast<const char *>(&sent), sizeof sent);
+      out.append(&sent, sizeof sent);
       return;
     }
     case OpenKind::Record: return encodeRecord(out, type, static_cast<const char *>(obj), content);
@@ -537,14 +538,32 @@ const OpenTypeInfo &typeOf(const OpenArgDesc &arg) { return openTypeInfo(arg.typ
 
 // ---- Frames ----
 
-void wireBeginFrame(std::string &out) {
+void WireBuffer::append(const void *bytes, size_t count) {
+  if (failed_ || count == 0) return;
+  if (count > capacity_ - size_) {
+    size_t capacity = capacity_ * 2 > size_ + count ? capacity_ * 2 : size_ + count;
+    std::unique_ptr<char[]> grown(new (std::nothrow) char[capacity]);
+    if (!grown) {
+      failed_ = true;
+      return;
+    }
+    memcpy(grown.get(), data_, size_);
+    heap_ = std::move(grown);
+    data_ = heap_.get();
+    capacity_ = capacity;
+  }
+  memcpy(data_ + size_, bytes, count);
+  size_ += count;
+}
+
+void wireBeginFrame(WireBuffer &out) {
   out.append(kWireMagic, sizeof kWireMagic);
   putU32(out, 0);
 }
 
-void wireEndFrame(std::string &out, size_t frameStart) {
+void wireEndFrame(WireBuffer &out, size_t frameStart) {
   uint32_t length = static_cast<uint32_t>(out.size() - frameStart - kWireHeaderSize);
-  memcpy(out.data() + frameStart + sizeof kWireMagic, &length, sizeof length);
+  if (!out.failed()) memcpy(out.data() + frameStart + sizeof kWireMagic, &length, sizeof length);
 }
 
 long wireBodyLength(const char *header) {
@@ -570,12 +589,12 @@ OpenCallArgs::OpenCallArgs(const OpenOpDesc &op) : op_(op) {
   }
 }
 
-void wireEncodeRequest(std::string &out, OpenOpId id, void *const objects[]) {
+void wireEncodeRequest(WireBuffer &out, OpenOpId id, void *const objects[]) {
   const OpenOpDesc &op = kOpenOps[id];
   size_t start = out.size();
   wireBeginFrame(out);
   RequestHead head{static_cast<uint16_t>(id), op.signature};
-  out.append(reinterpret_cast<const char *>(&head.op), sizeof head.op);
+  out.append(&head.op, sizeof head.op);
   putU32(out, head.signature);
   for (uint8_t i = 0; i < op.argCount; ++i) encodeValue(out, typeOf(op.args[i]), objects[i], openArgIsInput(op.args[i]));
   wireEndFrame(out, start);
@@ -598,18 +617,18 @@ int wireDecodeRequest(std::string_view body, OpenCallArgs &args) {
   return in.done() ? 0 : -1;
 }
 
-void wireEncodeOutputs(std::string &out, const OpenOpDesc &op, void *const objects[]) {
+void wireEncodeOutputs(WireBuffer &out, const OpenOpDesc &op, void *const objects[]) {
   for (uint8_t i = 0; i < op.argCount; ++i) {
     if (openArgIsOutput(op.args[i])) encodeValue(out, typeOf(op.args[i]), objects[i], true);
   }
 }
 
-void wireEncodeReplyBody(std::string &out, int32_t rc, const OpenCallArgs *args) {
-  out.append(reinterpret_cast<const char *>(&rc), sizeof rc);
+void wireEncodeReplyBody(WireBuffer &out, int32_t rc, const OpenCallArgs *args) {
+  out.append(&rc, sizeof rc);
   if (args != nullptr) wireEncodeOutputs(out, args->op(), args->objects());
 }
 
-void wireEncodeReply(std::string &out, int32_t rc, const OpenCallArgs *args) {
+void wireEncodeReply(WireBuffer &out, int32_t rc, const OpenCallArgs *args) {
   size_t start = out.size();
   wireBeginFrame(out);
   wireEncodeReplyBody(out, rc, args);

@@ -41,9 +41,34 @@ constexpr size_t kWireHeaderSize = 8;
 // Longest body: a request of several buffers of kWireMaxBuffer fits.
 constexpr size_t kWireMaxBody = 8u << 20;
 
+// The bytes of frames being written. Growing it never throws, since the
+// client runs where no exception may pass: when memory runs out it keeps
+// what it had, says so, and the frame is not sent.
+class WireBuffer {
+ public:
+  WireBuffer() = default;
+  WireBuffer(const WireBuffer &) = delete;
+  WireBuffer &operator=(const WireBuffer &) = delete;
+
+  void append(const void *bytes, size_t count);
+  char *data() { return data_; }
+  const char *data() const { return data_; }
+  size_t size() const { return size_; }
+  bool failed() const { return failed_; }
+  std::string_view view() const { return {data_, size_}; }
+
+ private:
+  char inline_[256];
+  std::unique_ptr<char[]> heap_;
+  char *data_ = inline_;
+  size_t size_ = 0;
+  size_t capacity_ = sizeof inline_;
+  bool failed_ = false;
+};
+
 // Starts a frame at the end of `out`; wireEndFrame writes its length.
-void wireBeginFrame(std::string &out);
-void wireEndFrame(std::string &out, size_t frameStart);
+void wireBeginFrame(WireBuffer &out);
+void wireEndFrame(WireBuffer &out, size_t frameStart);
 // The body length announced by the kWireHeaderSize bytes at `header`, or -1
 // when they are no frame header or announce more than kWireMaxBody.
 long wireBodyLength(const char *header);
@@ -84,18 +109,18 @@ class OpenCallArgs {
 // `objects[i]` is argument i's native object (the integer, the buffer
 // descriptor, the address or the record).
 // Client: the request frame of operation `id`.
-void wireEncodeRequest(std::string &out, OpenOpId id, void *const objects[]);
+void wireEncodeRequest(WireBuffer &out, OpenOpId id, void *const objects[]);
 // Simulator: the operation a request body names, its inputs decoded into
 // `args` (made for that operation); NULL when the body is malformed, names
 // no operation, or one of another signature.
 const OpenOpDesc *wireRequestedOperation(std::string_view body);
 int wireDecodeRequest(std::string_view body, OpenCallArgs &args);
 // Simulator: the answer frame; with `args` NULL, a refusal without outputs.
-void wireEncodeReply(std::string &out, int32_t rc, const OpenCallArgs *args);
+void wireEncodeReply(WireBuffer &out, int32_t rc, const OpenCallArgs *args);
 // Its body: the result and, with `args`, the outputs.
-void wireEncodeReplyBody(std::string &out, int32_t rc, const OpenCallArgs *args);
+void wireEncodeReplyBody(WireBuffer &out, int32_t rc, const OpenCallArgs *args);
 // The outputs of an answer body from the objects of `op`'s arguments.
-void wireEncodeOutputs(std::string &out, const OpenOpDesc &op, void *const objects[]);
+void wireEncodeOutputs(WireBuffer &out, const OpenOpDesc &op, void *const objects[]);
 // Client: the result an answer body carries, OPEN_E_INTERNAL when it is not
 // an answer of `op`. Outputs are written only through `objects`, never past
 // the sizes the caller's descriptors give; a refusal leaves them untouched.

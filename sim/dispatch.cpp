@@ -99,6 +99,12 @@ int writtenArguments(const OpenOpDesc &op, const cJSON *inputs, OpenCallArgs &ar
   return 0;
 }
 
+void refuse(std::string &reply) {
+  WireBuffer frame;
+  wireEncodeReply(frame, OPEN_E_PARAM, nullptr);
+  reply.append(frame.data(), frame.size());
+}
+
 // {"rc": n, "out": [...]} of an answer frame.
 std::string writtenAnswer(const OpenOpDesc &op, std::string_view reply) {
   std::string_view body = reply.substr(kWireHeaderSize);
@@ -111,22 +117,23 @@ std::string writtenAnswer(const OpenOpDesc &op, std::string_view reply) {
 
 void SimDispatcher::call(std::string_view request, std::string &reply) {
   const OpenOpDesc *op = wireRequestedOperation(request);
-  if (op == nullptr) return wireEncodeReply(reply, OPEN_E_PARAM, nullptr);
+  if (op == nullptr) return refuse(reply);
   OpenCallArgs args(*op);
-  if (wireDecodeRequest(request, args) != 0) return wireEncodeReply(reply, OPEN_E_PARAM, nullptr);
+  if (wireDecodeRequest(request, args) != 0) return refuse(reply);
+  WireBuffer frame;
   std::string entry = logEntryOf(args);
   std::lock_guard<std::mutex> lock(mutex_);
   int32_t rc = 0;
   if (const Script *script = takeScript(idOf(*op))) {
-    size_t start = reply.size();
-    wireBeginFrame(reply);
-    reply += script->replyBody;
-    wireEndFrame(reply, start);
+    wireBeginFrame(frame);
+    frame.append(script->replyBody.data(), script->replyBody.size());
+    wireEndFrame(frame, 0);
     memcpy(&rc, script->replyBody.data(), sizeof rc);
   } else {
     rc = kThunks[idOf(*op)](sw_, args);
-    wireEncodeReply(reply, rc, &args);
+    wireEncodeReply(frame, rc, &args);
   }
+  reply.append(frame.data(), frame.size());
   logCall(entry, rc);
 }
 
@@ -139,9 +146,10 @@ int SimDispatcher::callWritten(const cJSON *request, std::string &answer) {
   }
   OpenCallArgs args(*op);
   if (writtenArguments(*op, cJSON_GetObjectItemCaseSensitive(request, "in"), args, answer) != 0) return -1;
-  std::string frame, reply;
+  WireBuffer frame;
+  std::string reply;
   wireEncodeRequest(frame, idOf(*op), args.objects());
-  call(std::string_view(frame).substr(kWireHeaderSize), reply);
+  call(frame.view().substr(kWireHeaderSize), reply);
   answer = writtenAnswer(*op, reply);
   return 0;
 }
@@ -167,10 +175,10 @@ void SimDispatcher::logCall(std::string &entry, int32_t rc) {
 int SimDispatcher::setFault(const char *opName, int rc, long count, std::string &error) {
   const OpenOpDesc *op = findOperation(opName, error);
   if (op == nullptr) return -1;
-  std::string body;
+  WireBuffer body;
   wireEncodeReplyBody(body, rc, nullptr);
   std::lock_guard<std::mutex> lock(mutex_);
-  scripts_[idOf(*op)] = Script{count < 0 ? -1 : count, std::move(body)};
+  scripts_[idOf(*op)] = Script{count < 0 ? -1 : count, std::string(body.view())};
   return 0;
 }
 
@@ -202,10 +210,10 @@ int SimDispatcher::setStub(const char *opName, const cJSON *answer, long count, 
     }
     item = item->next;
   }
-  std::string body;
+  WireBuffer body;
   wireEncodeReplyBody(body, rc, given > 0 ? &args : nullptr);
   std::lock_guard<std::mutex> lock(mutex_);
-  scripts_[idOf(*op)] = Script{count < 0 ? -1 : count, std::move(body)};
+  scripts_[idOf(*op)] = Script{count < 0 ? -1 : count, std::string(body.view())};
   return 0;
 }
 

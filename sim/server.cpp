@@ -195,8 +195,9 @@ bool SimServer::answerPending(int fd, std::string &pending, size_t &scanned, std
       if (left < kWireHeaderSize) break;
       long body = wireBodyLength(pending.data() + start);
       if (body < 0) {
-        wireEncodeReply(reply, OPEN_E_PARAM, nullptr);
-        sendAll(fd, reply);
+        WireBuffer refusal;
+        wireEncodeReply(refusal, OPEN_E_PARAM, nullptr);
+        sendAll(fd, std::string(refusal.view()));
         return false;
       }
       if (left - kWireHeaderSize < static_cast<size_t>(body)) break;

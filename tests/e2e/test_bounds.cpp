@@ -68,7 +68,7 @@ class SilentServer {
     const OpenOpDesc *op = body.size() >= kWireHeaderSize ? wireRequestedOperation(body.substr(kWireHeaderSize)) : nullptr;
     for (OpenOpId startUp : {OPEN_OPID_openapiConnectivityCheck, OPEN_OPID_openapiNetworkOSVersionGet,
                              OPEN_OPID_openapiApiVersionGet}) {
-      std::string answer;
+      WireBuffer answer;
       wireEncodeReply(answer, OPEN_E_NONE, nullptr);
       if (op == &kOpenOps[startUp]) (void)!write(fd, answer.data(), answer.size());
     }

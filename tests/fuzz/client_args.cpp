@@ -79,9 +79,10 @@ const char *ClientArgs::buffersProblem() const {
 }
 
 std::string ClientArgs::replyBody(int32_t rc) const {
-  std::string body(reinterpret_cast<const char *>(&rc), sizeof rc);
+  WireBuffer body;
+  body.append(&rc, sizeof rc);
   wireEncodeOutputs(body, op_, objects_.data());
-  return body;
+  return std::string(body.view());
 }
 
 std::string ClientArgs::scriptedAnswer(int32_t rc) const { return wireWrittenAnswer(rc, op_, objects_.data(), true); }

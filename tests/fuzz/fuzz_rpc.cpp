@@ -140,9 +140,10 @@ void stub(const RpcInput &input) {
   int32_t scripted = 0;
   wireDecodeInt(OPEN_TYPE_I32, cJSON_GetObjectItemCaseSensitive(answer.get(), "rc"), &scripted);
   ClientArgs args(op, bufferCapacityOf(input.capacityByte));
-  std::string request, reply;
+  WireBuffer request;
+  std::string reply;
   openEncodeRequest(request, static_cast<OpenOpId>(&op - kOpenOps), args.argv());
-  harness->dispatcher.call(std::string_view(request).substr(kWireHeaderSize), reply);
+  harness->dispatcher.call(request.view().substr(kWireHeaderSize), reply);
   int32_t rc = openDecodeReply(op, args.argv(), std::string_view(reply).substr(kWireHeaderSize));
   if (rc != scripted) fail("stub", std::string(op.name) + ": the client read " + std::to_string(rc), input.text);
   if (const char *problem = args.buffersProblem()) fail("stub", std::string(op.name) + ": " + problem, input.text);

@@ -123,10 +123,10 @@ TEST(ClientArgs, BuffersKeepTheirPlaceAndTheirReplyReadsBack) {
   OpenCallArgs server(*op);
   JsonPtr written(cJSON_Parse(R"([2,{"family":1,"addr":"10.0.0.1"},{"family":0,"addr":""},0,"Abcdefgh"])"));
   ASSERT_EQ(wireDecodeWritten(op->args[1], written.get(), server.object(1), server.storage()), 0);
-  std::string reply;
+  WireBuffer reply;
   wireEncodeReplyBody(reply, 0, &server);
   ClientArgs args(*op, 4);
-  EXPECT_EQ(openDecodeReply(*op, args.argv(), reply), 0);
+  EXPECT_EQ(openDecodeReply(*op, args.argv(), reply.view()), 0);
   EXPECT_EQ(args.buffersProblem(), nullptr);
   ClientArgs again(*op, 4);
   EXPECT_EQ(openDecodeReply(*op, again.argv(), args.replyBody(0)), 0);

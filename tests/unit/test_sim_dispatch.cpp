@@ -143,12 +143,12 @@ TEST_F(SimDispatchTest, CallLogStaysWithinItsByteBudgetCuttingLongTexts) {
 
 // A frame whose body is not a request is refused, and nothing is called or logged.
 TEST_F(SimDispatchTest, BodiesThatAreNoRequestAreRefused) {
-  std::string good;
+  WireBuffer good;
   uint32_t type = 2, port = 5;
   uint64_t value = 0;
   void *objects[] = {&type, &port, &value};
   wireEncodeRequest(good, OPEN_OPID_openapiStatGet, objects);
-  std::string body = good.substr(kWireHeaderSize);
+  std::string body(good.view().substr(kWireHeaderSize));
   std::string unknownOp = body, otherSignature = body;
   char name[4] = "abc";
   unknownOp[0] = static_cast<char>(0xFF), unknownOp[1] = static_cast<char>(0xFF);
@@ -156,21 +156,21 @@ TEST_F(SimDispatchTest, BodiesThatAreNoRequestAreRefused) {
   uint32_t aclType = 1;
   open_buffdesc text{sizeof name, name};
   void *aclObjects[] = {&aclType, &text, &value};
-  std::string acl;
+  WireBuffer acl;
   wireEncodeRequest(acl, OPEN_OPID_openapiAclGet, aclObjects);
-  std::string aclBody = acl.substr(kWireHeaderSize), countPastSize = aclBody, hugeBuffer = aclBody;
+  std::string aclBody(acl.view().substr(kWireHeaderSize)), countPastSize = aclBody, hugeBuffer = aclBody;
   // After the operation (2 bytes), its signature (4) and the ACL type (4):
   // the buffer's size, then the count of its bytes that follow.
   countPastSize[10] = 3;  // 4 bytes follow in a buffer of 3
   hugeBuffer[12] = 0x10;  // a buffer of more than 1 MiB
   const std::string bodies[] = {"", body.substr(0, 5), unknownOp, otherSignature, body.substr(0, body.size() - 1),
                                 body + "x", countPastSize, hugeBuffer};
-  std::string refused;
+  WireBuffer refused;
   wireEncodeReply(refused, OPEN_E_PARAM, nullptr);
   for (const std::string &bad : bodies) {
     std::string reply;
     dispatcher.call(bad, reply);
-    EXPECT_EQ(reply, refused) << testing::PrintToString(bad);
+    EXPECT_EQ(reply, refused.view()) << testing::PrintToString(bad);
   }
   EXPECT_EQ(dispatcher.callLogLines(), "");
   std::string reply;

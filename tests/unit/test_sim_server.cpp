@@ -231,10 +231,10 @@ TEST_F(SimServerTest, ServesClientsAndCleansUp) {
   // A frame and a line in one write, each answered in its own form.
   uint32_t vlan = 1;
   void *objects[] = {&vlan};
-  std::string frame;
-  wireEncodeRequest(frame, OPEN_OPID_openapiVlanCreatedCheck, objects);
-  std::string answered;
-  wireEncodeReply(answered, OPEN_E_NONE, nullptr);
+  WireBuffer encoded, reply;
+  wireEncodeRequest(encoded, OPEN_OPID_openapiVlanCreatedCheck, objects);
+  wireEncodeReply(reply, OPEN_E_NONE, nullptr);
+  std::string frame(encoded.view()), answered(reply.view());
   ASSERT_EQ(send(a, (frame + "{\"ctl\":\"ping\"}\n").data(), frame.size() + 15, MSG_NOSIGNAL),
             static_cast<ssize_t>(frame.size() + 15));
   EXPECT_EQ(receive(a, answered.size()), answered);
@@ -242,8 +242,9 @@ TEST_F(SimServerTest, ServesClientsAndCleansUp) {
   // A frame header that is none leaves no next request to find: refused, and the connection ends.
   std::string bad = frame;
   bad[4] = bad[5] = bad[6] = bad[7] = static_cast<char>(0xFF);
-  std::string refusal;
-  wireEncodeReply(refusal, OPEN_E_PARAM, nullptr);
+  WireBuffer refusalFrame;
+  wireEncodeReply(refusalFrame, OPEN_E_PARAM, nullptr);
+  std::string refusal(refusalFrame.view());
   ASSERT_EQ(send(b, bad.data(), bad.size(), MSG_NOSIGNAL), static_cast<ssize_t>(bad.size()));
   EXPECT_EQ(receive(b, refusal.size() + 1), refusal);
 

@@ -202,8 +202,9 @@ TEST(WireTest, OutputsTravelIntoTheCallersObjects) {
     OpenCallArgs server(op);
     JsonDoc doc(c.written);
     ASSERT_EQ(wireDecodeWritten(args[0], doc.json, server.object(0), server.storage()), 0);
-    std::string reply;
-    wireEncodeReplyBody(reply, 7, &server);
+    WireBuffer encoded;
+    wireEncodeReplyBody(encoded, 7, &server);
+    std::string reply(encoded.view());
     // The caller's object, its buffers as large as a route makes them.
     OpenCallArgs caller(op);
     OpenStorage buffers;
@@ -231,22 +232,22 @@ TEST(WireTest, AnswersNeverWritePastTheCallersBuffer) {
   OpenCallArgs server(op);
   JsonDoc doc(R"("ABCDEF")");
   ASSERT_EQ(wireDecodeWritten(args[0], doc.json, server.object(0), server.storage()), 0);
-  std::string reply;
+  WireBuffer reply;
   wireEncodeReplyBody(reply, 0, &server);
   char buffer[8];
   memset(buffer, 'z', sizeof buffer);
   open_buffdesc desc = {4, buffer};
   void *objects[] = {&desc};
-  ASSERT_EQ(wireDecodeReply(reply, op, objects), 0);
+  ASSERT_EQ(wireDecodeReply(reply.view(), op, objects), 0);
   EXPECT_EQ(std::string(buffer, 8), "ABCDzzzz");
   EXPECT_EQ(desc.size, 4u);
   open_buffdesc claimed = {4, nullptr};  // a size without storage: nothing to write into
   objects[0] = &claimed;
-  EXPECT_EQ(wireDecodeReply(reply, op, objects), 0);
-  std::string refusal;
+  EXPECT_EQ(wireDecodeReply(reply.view(), op, objects), 0);
+  WireBuffer refusal;
   wireEncodeReplyBody(refusal, OPEN_E_NOT_FOUND, nullptr);
   objects[0] = &desc;
-  EXPECT_EQ(wireDecodeReply(refusal, op, objects), OPEN_E_NOT_FOUND);
+  EXPECT_EQ(wireDecodeReply(refusal.view(), op, objects), OPEN_E_NOT_FOUND);
   EXPECT_EQ(desc.size, 4u) << "a refusal leaves the outputs as they were";
 }
 
@@ -259,8 +260,9 @@ TEST(WireTest, RequestsCarryInputsAndTheCapacityOfOutputs) {
   community.accessType = 9;
   community.viewName = {sizeof view, view};
   void *objects[] = {&communityName, &community};
-  std::string frame;
-  wireEncodeRequest(frame, OPEN_OPID_openapiSnmpCommunityAndIPAddrGet, objects);
+  WireBuffer encoded;
+  wireEncodeRequest(encoded, OPEN_OPID_openapiSnmpCommunityAndIPAddrGet, objects);
+  std::string frame(encoded.view());
   ASSERT_EQ(wireBodyLength(frame.data()), static_cast<long>(frame.size() - kWireHeaderSize));
   std::string_view body = std::string_view(frame).substr(kWireHeaderSize);
   const OpenOpDesc *op = wireRequestedOperation(body);
@@ -277,18 +279,18 @@ TEST(WireTest, RequestsCarryInputsAndTheCapacityOfOutputs) {
   // pointer to memcpy (the sanitized build stops on that).
   open_buffdesc command = {0, nullptr}, file = {0, nullptr};
   void *show[] = {&command, &file};
-  frame.clear();
-  wireEncodeRequest(frame, OPEN_OPID_openapiCliShowExecuteToFile, show);
+  WireBuffer showFrame;
+  wireEncodeRequest(showFrame, OPEN_OPID_openapiCliShowExecuteToFile, show);
   OpenCallArgs shown(kOpenOps[OPEN_OPID_openapiCliShowExecuteToFile]);
-  ASSERT_EQ(wireDecodeRequest(std::string_view(frame).substr(kWireHeaderSize), shown), 0);
+  ASSERT_EQ(wireDecodeRequest(showFrame.view().substr(kWireHeaderSize), shown), 0);
   EXPECT_EQ(rendered(shown.op().args[0], shown.object(0)), R"("")");
   EXPECT_EQ(shown.as<open_buffdesc *>(1)->size, 0u);
   // Frames of another version, or too long, are no frames.
   frame[3] = '2';
   EXPECT_EQ(wireBodyLength(frame.data()), -1);
-  std::string huge;
+  WireBuffer huge;
   wireBeginFrame(huge);
-  huge[7] = 0x01;
+  huge.data()[7] = 0x01;
   EXPECT_EQ(wireBodyLength(huge.data()), -1);
 }
 
