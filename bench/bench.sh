@@ -117,6 +117,8 @@ check_answer() {
 
 if perf stat -x, -e task-clock true >/dev/null 2>&1; then
     cpu_method="perf stat task-clock (user and kernel)"
+    perf stat -x, -e instructions true 2>&1 | grep -q 'not supported' &&
+        cpu_method="$cpu_method; perf counts no instructions here"
 else
     cpu_method="getrusage of the children (user and system)"
 fi
