@@ -1,5 +1,6 @@
-/* Yardstick for bench/startup.sh: about the least a process can do to answer
- * with a cJSON document, so that the CGI's cost reads as a multiple of it. */
+/* Yardstick for bench/bench.sh: about the least a process can do to answer
+ * with a cJSON document, so that the CGI's cost reads as a multiple of it.
+ * Built with CGI_HEADER it is also a CGI program, for the web server. */
 #include <cjson/cJSON.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -21,6 +22,9 @@ int main(void)
     char *text = cJSON_Print(answer);
     int rc = 1;
     if (text != NULL) {
+#ifdef CGI_HEADER
+        fputs("Content-Type: application/json\r\n\r\n", stdout);
+#endif
         fputs(text, stdout);
         rc = 0;
     }

@@ -104,16 +104,26 @@ httpdDirNode *findOrCreateChild(httpdDirNode *parent, const char *name, size_t l
   return child;
 }
 
+// Where a walk ended: the node of the whole path and, when the path ends in
+// a name, the node of the path before that name (its first parentLength
+// characters).
+struct DirWalk {
+  httpdDirNode *node;
+  httpdDirNode *parent;
+  size_t parentLength;
+};
+
 // Only the first 1023 characters of a path count; empty components (doubled
 // slashes) are skipped. Plain loops: the few directories are walked once per
 // process, where each first use of another string routine costs more than
 // the walk itself.
-httpdDirNode *walkDirPath(httpdTable *table, const char *dirPath) {
+DirWalk walkDirPath(httpdTable *table, const char *dirPath) {
   constexpr size_t kMaxPathLen = kPathBufferSize - 1;
-  httpdDirNode *node = table->root;
+  DirWalk walk = {table->root, nullptr, 0};
   size_t i = 0;
-  while (node != nullptr && i < kMaxPathLen && dirPath[i] != '\0') {
+  while (walk.node != nullptr && i < kMaxPathLen && dirPath[i] != '\0') {
     if (dirPath[i] == '/') {
+      walk.parent = nullptr;
       ++i;
       continue;
     }
@@ -121,38 +131,62 @@ httpdDirNode *walkDirPath(httpdTable *table, const char *dirPath) {
     while (i < kMaxPathLen && dirPath[i] != '\0' && dirPath[i] != '/') {
       ++i;
     }
-    node = findOrCreateChild(node, dirPath + start, i - start);
+    walk.parent = walk.node;
+    walk.parentLength = start;
+    walk.node = findOrCreateChild(walk.node, dirPath + start, i - start);
   }
-  return node;
+  return walk;
 }
 
 // Routes are registered family by family, so nearly every registration names
-// the directory of the one before; nodes are never removed, so the remembered
-// node stays valid.
+// the directory of the one before, and a new family's directory is mostly a
+// sibling of the last one; nodes are never removed, so the remembered nodes
+// stay valid.
 struct LastDirLookup {
   const httpdTable *table;
-  httpdDirNode *node;
+  DirWalk walk;
   char path[kPathBufferSize];
 };
-LastDirLookup lastDir = {nullptr, nullptr, {}};
+LastDirLookup lastDir = {nullptr, {nullptr, nullptr, 0}, {}};
+
+// `dirPath` (`len` characters) as one name below the last directory's parent:
+// the walk that reaches it, or one without a node.
+DirWalk siblingOfLastDir(const httpdTable *table, const char *dirPath, size_t len) {
+  const DirWalk &last = lastDir.walk;
+  if (table != lastDir.table || last.parent == nullptr || len <= last.parentLength ||
+      strncmp(dirPath, lastDir.path, last.parentLength) != 0) {
+    return {nullptr, nullptr, 0};
+  }
+  for (size_t i = last.parentLength; i < len; ++i) {
+    if (dirPath[i] == '/') {
+      return {nullptr, nullptr, 0};
+    }
+  }
+  httpdDirNode *node = findOrCreateChild(last.parent, dirPath + last.parentLength, len - last.parentLength);
+  return {node, last.parent, last.parentLength};
+}
 
 __attribute__((noinline)) httpdDirNode *lookUpDir(httpdTable *table, const char *dirPath) {
   if (table == nullptr || table->root == nullptr || dirPath == nullptr) {
     return nullptr;
   }
-  httpdDirNode *node = walkDirPath(table, dirPath);
   size_t len = strlen(dirPath);
-  if (node != nullptr && len < kPathBufferSize) {
+  bool remembered = len < kPathBufferSize;
+  DirWalk walk = remembered ? siblingOfLastDir(table, dirPath, len) : DirWalk{nullptr, nullptr, 0};
+  if (walk.node == nullptr) {
+    walk = walkDirPath(table, dirPath);
+  }
+  if (walk.node != nullptr && remembered) {
     lastDir.table = table;
-    lastDir.node = node;
+    lastDir.walk = walk;
     memcpy(lastDir.path, dirPath, len + 1);
   }
-  return node;
+  return walk.node;
 }
 
 inline httpdDirNode *findOrCreateDir(httpdTable *table, const char *dirPath) {
   if (table != nullptr && table == lastDir.table && dirPath != nullptr && strcmp(lastDir.path, dirPath) == 0) {
-    return lastDir.node;
+    return lastDir.walk.node;
   }
   return lookUpDir(table, dirPath);
 }
@@ -180,6 +214,9 @@ void copyOpName(char *dst, const char *src) {
   }
   dst[i] = '\0';
 }
+
+// Registration logs under the name of the interface it serves.
+#define REGISTRATION_ERROR(text) logWrite(LOG_LEVEL_ERROR, "[%s:%d] " text, "httpdAddCContent", __LINE__)
 
 const httpdRouteEntry *findRoute(const httpdDirNode *dir, const char *method, const char *opName) {
   if (dir == nullptr || method == nullptr) {
@@ -216,10 +253,10 @@ httpdTable *httpdCreateTable(void) {
 
 httpdDirNode *httpdFindOrCreateDir(httpdTable *table, const char *dirPath) { return findOrCreateDir(table, dirPath); }
 
-// Registration logs under the name of the interface it serves.
-#define REGISTRATION_ERROR(text) logWrite(LOG_LEVEL_ERROR, "[%s:%d] " text, "httpdAddCContent", __LINE__)
+namespace {
 
-int httpdAddEntry(httpdDirNode *dir, const char *opName, int method, int needsSession, httpdHandler handler) {
+// The entry keeps `opName` as it is given.
+int addEntry(httpdDirNode *dir, const char *opName, int method, int needsSession, httpdHandler handler) {
   if (dir == nullptr) {
     REGISTRATION_ERROR("httpdAddCContent, dirPtr == NULL\n");
     return -1;
@@ -228,22 +265,43 @@ int httpdAddEntry(httpdDirNode *dir, const char *opName, int method, int needsSe
     REGISTRATION_ERROR("httpdAddCContent, no operation name or handler\n");
     return -1;
   }
-  size_t opLen = strlen(opName);
-  auto *entry = arenaNew<httpdRouteEntry>(opLen + 1);
+  auto *entry = arenaNew<httpdRouteEntry>();
   if (entry == nullptr) {
     REGISTRATION_ERROR("httpdAddCContent, newEntry == NULL\n");
     return -1;
   }
-  auto *opCopy = reinterpret_cast<char *>(entry + 1);
-  memcpy(opCopy, opName, opLen + 1);
-  *entry = httpdRouteEntry{opCopy, method, needsSession, handler, dir->operations};
+  *entry = httpdRouteEntry{opName, method, needsSession, handler, dir->operations};
   dir->operations = entry;
   return 0;
 }
 
+// A copy of `text` that lives as long as the table; NULL for NULL, or when
+// out of memory.
+const char *arenaCopy(const char *text) {
+  if (text == nullptr) {
+    return nullptr;
+  }
+  size_t size = strlen(text) + 1;
+  auto *copy = static_cast<char *>(arenaAlloc(size, 1));
+  return copy != nullptr ? static_cast<const char *>(memcpy(copy, text, size)) : nullptr;
+}
+
+}  // namespace
+
+int httpdAddEntry(httpdDirNode *dir, const char *opName, int method, int needsSession, httpdHandler handler) {
+  return addEntry(dir, opName, method, needsSession, handler);
+}
+
+// A caller's name may be gone after the call: the entry keeps a copy.
 int httpdAddCContent(httpdTable *table, const char *dirPath, const char *opName, int method,
                      int needsSession, httpdHandler handler) {
-  return httpdAddEntry(findOrCreateDir(table, dirPath), opName, method, needsSession, handler);
+  httpdDirNode *dir = findOrCreateDir(table, dirPath);
+  const char *copy = dir != nullptr ? arenaCopy(opName) : opName;
+  if (copy == nullptr && opName != nullptr) {
+    REGISTRATION_ERROR("httpdAddCContent, newEntry == NULL\n");
+    return -1;
+  }
+  return addEntry(dir, copy, method, needsSession, handler);
 }
 
 void httpdProcessRequest(httpdTable *table) {

@@ -6,7 +6,7 @@ typedef void (*httpdHandler)(void);
 enum httpdMethod { HTTPD_GET = 0, HTTPD_POST = 1, HTTPD_DELETE = 2, HTTPD_PUT = 3 };
 
 struct httpdRouteEntry {
-  char *opName;
+  const char *opName;
   int32_t method;
   int32_t needsSession;
   httpdHandler handler;
@@ -30,7 +30,9 @@ int httpdAddCContent(httpdTable *table, const char *dirPath, const char *opName,
 void httpdProcessRequest(httpdTable *table);
 // The two halves of httpdAddCContent, so that a family's table finds its
 // directory once: the node for a path (created as needed; NULL when out of
-// memory), and one entry added at the head of a node's operations.
+// memory), and one entry added at the head of a node's operations. The entry
+// keeps `opName` itself, not a copy: the route tables' names are constants,
+// and a copy for each of hundreds of routes is paid by every request.
 httpdDirNode *httpdFindOrCreateDir(httpdTable *table, const char *dirPath);
 int httpdAddEntry(httpdDirNode *dir, const char *opName, int method, int needsSession, httpdHandler handler);
 // Name used for matching: "GET", "POST", "DELETE", "PUT", or an "Invalid method" text.

@@ -120,8 +120,9 @@ bool addOwned(cJSON *object, const char *key, JsonPtr item) {
   return true;
 }
 
-// The data member, when there is one, goes in before "resp".
-Envelope buildEnvelope(int32_t code, const char *dataKey, const char *dataText, JsonPtr *out) {
+// The data member, when there is one, goes in before "resp". The data is
+// referred to, not taken: the caller keeps it.
+Envelope buildEnvelope(int32_t code, const char *dataKey, const cJSON *data, JsonPtr *out) {
   JsonPtr root(cJSON_CreateObject());
   if (!root) {
     return Envelope::NoRoot;
@@ -130,20 +131,55 @@ Envelope buildEnvelope(int32_t code, const char *dataKey, const char *dataText, 
   if (!resp) {
     return Envelope::NoResp;
   }
-  if (code == RC_SUCCESS && dataKey != nullptr && dataText != nullptr) {
-    JsonPtr data(cJSON_ParseWithOpts(dataText, nullptr, 1));
-    if (!data) {
-      return Envelope::BadData;
-    }
-    if (!addOwned(root.get(), dataKey, std::move(data))) {
-      return Envelope::NoRoot;
-    }
+  if (code == RC_SUCCESS && dataKey != nullptr && data != nullptr &&
+      !cJSON_AddItemReferenceToObject(root.get(), dataKey, const_cast<cJSON *>(data))) {
+    return Envelope::NoRoot;
   }
   if (!addOwned(root.get(), "resp", std::move(resp))) {
     return Envelope::NoResp;
   }
   *out = std::move(root);
   return Envelope::Built;
+}
+
+// The envelope around data given as text: the text is parsed into the tree
+// it stands for.
+Envelope buildEnvelope(int32_t code, const char *dataKey, const char *dataText, JsonPtr *data, JsonPtr *out) {
+  if (code == RC_SUCCESS && dataKey != nullptr && dataText != nullptr) {
+    data->reset(cJSON_ParseWithOpts(dataText, nullptr, 1));
+    if (!*data) {
+      return Envelope::BadData;
+    }
+  }
+  return buildEnvelope(code, dataKey, data->get(), out);
+}
+
+// Both builders of answers log under the name of the one the web interface
+// has always had.
+#define ANSWER_ERROR(text) logWrite(LOG_LEVEL_ERROR, "[%s:%d] " text, "responseJsonRreallocStr", __LINE__)
+
+int printEnvelope(Envelope built, const cJSON *root, char **answer) {
+  switch (built) {
+    case Envelope::NoRoot:
+      ANSWER_ERROR("[MEM] Failed to create root object\n");
+      return RC_GENERAL_FAILED;
+    case Envelope::NoResp:
+      ANSWER_ERROR("[MEM] Failed to create resp object\n");
+      return RC_GENERAL_FAILED;
+    case Envelope::BadData:
+      ANSWER_ERROR("[MEM] Failed to parse data JSON\n");
+      return RC_GENERAL_FAILED;
+    case Envelope::Built:
+      break;
+  }
+  char *text = cJSON_Print(root);
+  if (text == nullptr) {
+    ANSWER_ERROR("[MEM] Failed to print JSON\n");
+    return RC_GENERAL_FAILED;
+  }
+  free(*answer);
+  *answer = text;
+  return RC_SUCCESS;
 }
 
 CText printedForLog(const cJSON *json) { return CText(json != nullptr ? cJSON_PrintUnformatted(json) : nullptr); }
@@ -172,33 +208,23 @@ int responseJsonRreallocStr(int32_t code, const char *dataKey, const char *dataT
   if (answer == nullptr) {
     return RC_GENERAL_FAILED;
   }
-  JsonPtr root;
-  switch (buildEnvelope(code, dataKey, dataText, &root)) {
-    case Envelope::NoRoot:
-      LOG_ERROR("[MEM] Failed to create root object\n");
-      return RC_GENERAL_FAILED;
-    case Envelope::NoResp:
-      LOG_ERROR("[MEM] Failed to create resp object\n");
-      return RC_GENERAL_FAILED;
-    case Envelope::BadData:
-      LOG_ERROR("[MEM] Failed to parse data JSON\n");
-      return RC_GENERAL_FAILED;
-    case Envelope::Built:
-      break;
-  }
-  char *text = cJSON_Print(root.get());
-  if (text == nullptr) {
-    LOG_ERROR("[MEM] Failed to print JSON\n");
+  JsonPtr data, root;
+  Envelope built = buildEnvelope(code, dataKey, dataText, &data, &root);
+  return printEnvelope(built, root.get(), answer);
+}
+
+int responseJsonTreeStr(int32_t code, const char *dataKey, const cJSON *data, char **answer) {
+  if (answer == nullptr) {
     return RC_GENERAL_FAILED;
   }
-  free(*answer);
-  *answer = text;
-  return RC_SUCCESS;
+  JsonPtr root;
+  Envelope built = buildEnvelope(code, dataKey, data, &root);
+  return printEnvelope(built, root.get(), answer);
 }
 
 int responseJsonStr(int32_t code, const char *dataKey, const char *dataText, char *buffer) {
-  JsonPtr root;
-  if (buffer == nullptr || buildEnvelope(code, dataKey, dataText, &root) != Envelope::Built) {
+  JsonPtr data, root;
+  if (buffer == nullptr || buildEnvelope(code, dataKey, dataText, &data, &root) != Envelope::Built) {
     return -1;
   }
   CText text(cJSON_Print(root.get()));

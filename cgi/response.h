@@ -24,6 +24,9 @@ const char *resultCodeMessage(int32_t code);
 int32_t openRcToResultCode(int openRc);
 
 int responseJsonRreallocStr(int32_t code, const char *dataKey, const char *dataText, char **answer);
+// The same answer from the data's tree (the caller keeps it) instead of its
+// printed text, which responseJsonRreallocStr would parse back into that tree.
+int responseJsonTreeStr(int32_t code, const char *dataKey, const cJSON *data, char **answer);
 int responseJsonStr(int32_t code, const char *dataKey, const char *dataText, char *buffer);
 int responseJsonToStr(const cJSON *json, char **text);
 int getStrAndCpyTo(const cJSON *json, const char *key, char *dst, size_t len);

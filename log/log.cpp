@@ -31,6 +31,7 @@ struct LoggerState {
   int facility;
   char ident[64];
   FILE *file;
+  int fileFd;  // the log file opened at start, until the first line written makes it `file`
   long bytesWritten;
   char *levelPage;
   int levelFd;
@@ -42,7 +43,7 @@ struct LoggerState {
 };
 
 // Constant-initialised: the logger must not cost a static constructor.
-LoggerState logger = {-1, -1, {}, nullptr, 0, nullptr, -1, false, false, PTHREAD_MUTEX_INITIALIZER, {}, {}};
+LoggerState logger = {-1, -1, {}, nullptr, -1, 0, nullptr, -1, false, false, PTHREAD_MUTEX_INITIALIZER, {}, {}};
 
 const char *levelName(int level) {
   static const char *const names[] = {"", "", "", "ERROR", "WARN", "NOTICE", "INFO", "DEBUG"};
@@ -114,7 +115,7 @@ void unmapLevelPage() {
   logger.pageMapped = false;
 }
 
-// Rotation needs both names later, so they are kept whether rooted or not.
+// Rotation needs the log's name later, so it is kept whether rooted or not.
 bool resolvePath(const char *absPath, char *out, size_t size) {
   const char *path = rootedPath(absPath, out, size);
   if (path == nullptr) {
@@ -126,33 +127,54 @@ bool resolvePath(const char *absPath, char *out, size_t size) {
   return true;
 }
 
-// Called with the file mutex held.
+// Called with the file mutex held. Most processes write no line at all, so
+// the file is only opened here, as "a+" would open it; the stream around it
+// waits for the first line (streamLogFile).
 void openLogFile() {
   logger.file = nullptr;
+  logger.fileFd = -1;
   logger.bytesWritten = 0;
-  if (!resolvePath(kLogFile, logger.logPath, sizeof logger.logPath) ||
-      !resolvePath(kOldLogFile, logger.oldLogPath, sizeof logger.oldLogPath)) {
+  if (!resolvePath(kLogFile, logger.logPath, sizeof logger.logPath)) {
     return;
   }
-  logger.file = fopen(logger.logPath, "a+");
+  logger.fileFd = open(logger.logPath, O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+}
+
+// Called with the file mutex held: the stream for a line, NULL without a file.
+FILE *streamLogFile() {
+  if (logger.file != nullptr || logger.fileFd < 0) {
+    return logger.file;
+  }
+  logger.file = fdopen(logger.fileFd, "a+");
+  if (logger.file == nullptr) {
+    return nullptr;
+  }
+  logger.fileFd = -1;
   struct stat st;
-  if (logger.file != nullptr && fstat(fileno(logger.file), &st) == 0) {
+  if (fstat(fileno(logger.file), &st) == 0) {
     logger.bytesWritten = st.st_size;
   }
+  return logger.file;
 }
 
 void closeLogFile() {
   if (logger.file != nullptr) {
     fclose(logger.file);
   }
+  if (logger.fileFd >= 0) {
+    close(logger.fileFd);
+  }
   logger.file = nullptr;
+  logger.fileFd = -1;
   logger.bytesWritten = 0;
 }
 
 void rotateLogFile() {
   fclose(logger.file);
-  unlink(logger.oldLogPath);
-  rename(logger.logPath, logger.oldLogPath);
+  if (resolvePath(kOldLogFile, logger.oldLogPath, sizeof logger.oldLogPath)) {
+    unlink(logger.oldLogPath);
+    rename(logger.logPath, logger.oldLogPath);
+  }
   logger.file = fopen(logger.logPath, "a+");
   logger.bytesWritten = 0;
 }
@@ -217,7 +239,7 @@ long writeLine(FILE *out, int level, const char *timeText, const char *format, v
 
 void writeToLogFile(int level, const char *timeText, const char *format, va_list args) {
   pthread_mutex_lock(&logger.fileMutex);
-  if (logger.file == nullptr) {
+  if (streamLogFile() == nullptr) {
     // Without a log file the lines land in the CGI answer, on purpose: they must not vanish.
     writeLine(stdout, level, timeText, format, args);
   } else {
@@ -248,7 +270,7 @@ int logInit(int mode, int facility, const char *ident) {
   pthread_mutex_lock(&logger.fileMutex);
   closeLogFile();
   openLogFile();
-  bool haveFile = logger.file != nullptr;
+  bool haveFile = logger.fileFd >= 0;
   pthread_mutex_unlock(&logger.fileMutex);
   return haveFile ? 0 : -1;
 }

@@ -1,48 +1,30 @@
 #include "open/call_codec.h"
 
-#include <cjson/cJSON.h>
-
-#include <memory>
-
 #include "open/wire.h"
 
 namespace {
 
-struct JsonDelete {
-  void operator()(cJSON *json) const { cJSON_Delete(json); }
-};
-using CJson = std::unique_ptr<cJSON, JsonDelete>;
-
-void *argObject(const OpenArgDesc &arg, void *argAddress) {
-  return openArgByValue(arg) ? argAddress : *static_cast<void **>(argAddress);
+// Integer inputs arrive by value, so their argument's address is the object;
+// everything else arrives as a pointer to it.
+bool argObjects(const OpenOpDesc &op, void *const argv[], void *objects[]) {
+  for (uint8_t i = 0; i < op.argCount; ++i) {
+    objects[i] = openArgByValue(op.args[i]) ? argv[i] : *static_cast<void **>(argv[i]);
+    if (objects[i] == nullptr) return false;
+  }
+  return true;
 }
 
 }  // namespace
 
-char *openEncodeRequest(const OpenOpDesc &op, void *const argv[]) {
-  CJson request(cJSON_CreateObject());
-  cJSON_AddStringToObject(request.get(), "op", op.name);
-  cJSON *args = cJSON_AddArrayToObject(request.get(), "args");
-  for (uint8_t i = 0; i < op.argCount; ++i) {
-    void *obj = argObject(op.args[i], argv[i]);
-    if (obj == nullptr) return nullptr;
-    cJSON_AddItemToArray(args, wireEncodeRequestArg(op.args[i], obj));
-  }
-  return cJSON_PrintUnformatted(request.get());
+bool openEncodeRequest(WireBuffer &out, OpenOpId id, void *const argv[]) {
+  void *objects[kOpenMaxArgs + 1];
+  if (!argObjects(kOpenOps[id], argv, objects)) return false;
+  wireEncodeRequest(out, id, objects);
+  return true;
 }
 
-int32_t openDecodeReply(const OpenOpDesc &op, void *const argv[], const char *line) {
-  CJson reply(wireParseJson(line));
-  const cJSON *rc = cJSON_GetObjectItemCaseSensitive(reply.get(), "rc");
-  int32_t result = 0;
-  if (wireDecodeInt(OPEN_TYPE_I32, rc, &result) != 0) return OPEN_E_INTERNAL;
-  const cJSON *outs = cJSON_GetObjectItemCaseSensitive(reply.get(), "out");
-  const cJSON *item = cJSON_IsArray(outs) ? outs->child : nullptr;
-  // A refusal may come without outputs; then the caller's outputs stay untouched.
-  for (uint8_t i = 0; i < op.argCount && item != nullptr; ++i) {
-    if (!openArgIsOutput(op.args[i])) continue;
-    if (wireDecodeReplyOut(op.args[i], item, argObject(op.args[i], argv[i])) != 0) return OPEN_E_INTERNAL;
-    item = item->next;
-  }
-  return result;
+int32_t openDecodeReply(const OpenOpDesc &op, void *const argv[], std::string_view body) {
+  void *objects[kOpenMaxArgs + 1];
+  if (!argObjects(op, argv, objects)) return OPEN_E_INTERNAL;
+  return wireDecodeReply(body, op, objects);
 }

@@ -1,5 +1,6 @@
 // Our OpEN client: every operation of open_ops.def becomes a stub that sends
-// one JSON line over a Unix stream socket and reads one JSON line back.
+// one request frame (open/wire.h) over a Unix stream socket and reads one
+// answer frame back.
 //
 // Every wait is bounded. A CGI process holds one of the web server's few CGI
 // slots, so a server that accepts and never answers must cost a request
@@ -23,22 +24,20 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 
 #include "open/call_codec.h"
 #include "open/openapi.h"
 #include "open/opdesc.h"
+#include "open/wire.h"
 
 namespace {
 
 constexpr const char *kDefaultSocket = "/tmp/opensim.sock";
 constexpr int kConnectivityCheckTimeoutMs = 250;
 constexpr int kCallTimeoutMs = 5000;
-constexpr size_t kMaxReplyBytes = 64u << 20;
-
-struct FreeText {
-  void operator()(char *text) const { free(text); }
-};
-using Text = std::unique_ptr<char, FreeText>;
+// Most answers fit here; a larger one moves to the heap.
+constexpr size_t kReplyOnStack = 4096;
 
 enum class Io { Done, Failed, TimedOut };
 
@@ -99,36 +98,50 @@ Io sendAll(int fd, const char *data, size_t length, long long deadlineMs) {
   return Io::Done;
 }
 
-// Reads one answer line into `*line` (the caller frees it).
-Io receiveLine(int fd, long long deadlineMs, char **line) {
-  size_t capacity = 4096, length = 0;
-  Text buffer(static_cast<char *>(malloc(capacity)));
-  while (buffer) {
-    if (length + 1 == capacity) {
-      if (capacity >= kMaxReplyBytes) return Io::Failed;
-      char *grown = static_cast<char *>(realloc(buffer.get(), capacity * 2));
-      if (grown == nullptr) return Io::Failed;
-      buffer.release();
-      buffer.reset(grown);
-      capacity *= 2;
-    }
-    ssize_t got = recv(fd, buffer.get() + length, capacity - 1 - length, 0);
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
-      Io ready = waitFor(fd, POLLIN, deadlineMs);
-      if (ready != Io::Done) return ready;
-      continue;
-    }
+// Where an answer frame lands: on the stack while it is small.
+class ReplyBuffer {
+ public:
+  char *data() { return data_; }
+  size_t capacity() const { return capacity_; }
+  bool reserve(size_t size, size_t kept) {
+    if (size <= capacity_) return true;
+    std::unique_ptr<char[]> grown(new (std::nothrow) char[size]);
+    if (!grown) return false;
+    memcpy(grown.get(), data_, kept);
+    heap_ = std::move(grown);
+    data_ = heap_.get();
+    capacity_ = size;
+    return true;
+  }
+
+ private:
+  char stack_[kReplyOnStack];
+  std::unique_ptr<char[]> heap_;
+  char *data_ = stack_;
+  size_t capacity_ = sizeof stack_;
+};
+
+// Reads one answer frame whole into `reply`; `*length` is its size. The
+// server answers nothing it was not asked, so bytes beyond the frame are a
+// broken connection.
+Io receiveFrame(int fd, long long deadlineMs, ReplyBuffer &reply, size_t *length) {
+  size_t have = 0, want = kWireHeaderSize;
+  while (have < want) {
+    Io ready = waitFor(fd, POLLIN, deadlineMs);
+    if (ready != Io::Done) return ready;
+    ssize_t got = recv(fd, reply.data() + have, reply.capacity() - have, 0);
+    if (got < 0 && (errno == EINTR || errno == EAGAIN || errno == EWOULDBLOCK)) continue;
     if (got <= 0) return Io::Failed;
-    char *newline = static_cast<char *>(memchr(buffer.get() + length, '\n', static_cast<size_t>(got)));
-    length += static_cast<size_t>(got);
-    if (newline != nullptr) {
-      *newline = '\0';
-      *line = buffer.release();
-      return Io::Done;
+    have += static_cast<size_t>(got);
+    if (want == kWireHeaderSize && have >= kWireHeaderSize) {
+      long body = wireBodyLength(reply.data());
+      if (body < 0) return Io::Failed;
+      want += static_cast<size_t>(body);
+      if (!reply.reserve(want, have)) return Io::Failed;
     }
   }
-  return Io::Failed;
+  *length = have;
+  return have == want ? Io::Done : Io::Failed;
 }
 
 void disconnect(openapiClientHandle_t *client) {
@@ -136,34 +149,33 @@ void disconnect(openapiClientHandle_t *client) {
   client->fd = -1;
 }
 
-// Sends `request` (its terminator already replaced by a newline) and reads
-// the answer line within the operation's time.
-Io exchange(openapiClientHandle_t *client, const char *request, size_t length, int timeoutMs, char **reply) {
+// Sends `request` and reads the answer frame within the operation's time.
+Io exchange(openapiClientHandle_t *client, const WireBuffer &request, int timeoutMs, ReplyBuffer &reply,
+            size_t *length) {
   long long deadline = nowMs() + timeoutMs;
   if (client->fd < 0) client->fd = connectServer();
   if (client->fd < 0) return Io::Failed;
-  Io sent = sendAll(client->fd, request, length, deadline);
-  return sent == Io::Done ? receiveLine(client->fd, deadline, reply) : sent;
+  Io sent = sendAll(client->fd, request.data(), request.size(), deadline);
+  return sent == Io::Done ? receiveFrame(client->fd, deadline, reply, length) : sent;
 }
 
 open_error_t openRpcCall(openapiClientHandle_t *client, OpenOpId id, void *const argv[]) {
   if (client == nullptr) return OPEN_E_PARAM;
   bool check = id == OPEN_OPID_openapiConnectivityCheck;
   if (client->stalled && !check) return OPEN_E_RPC;
-  const OpenOpDesc &op = kOpenOps[id];
-  Text request(openEncodeRequest(op, argv));
-  if (!request) return OPEN_E_PARAM;
-  size_t length = strlen(request.get());
-  request.get()[length] = '\n';  // replaces the terminator; the length is kept apart
-  char *line = nullptr;
-  Io done = exchange(client, request.get(), length + 1, check ? kConnectivityCheckTimeoutMs : kCallTimeoutMs, &line);
-  Text reply(line);
+  WireBuffer request;
+  if (!openEncodeRequest(request, id, argv)) return OPEN_E_PARAM;
+  if (request.failed()) return OPEN_E_RPC;  // no memory for the frame: nothing was sent
+  ReplyBuffer reply;
+  size_t length = 0;
+  Io done = exchange(client, request, check ? kConnectivityCheckTimeoutMs : kCallTimeoutMs, reply, &length);
   if (done != Io::Done) {
     disconnect(client);
     if (done == Io::TimedOut && !check) client->stalled = 1;
     return OPEN_E_RPC;
   }
-  return static_cast<open_error_t>(openDecodeReply(op, argv, reply.get()));
+  std::string_view body(reply.data() + kWireHeaderSize, length - kWireHeaderSize);
+  return static_cast<open_error_t>(openDecodeReply(kOpenOps[id], argv, body));
 }
 
 }  // namespace
@@ -171,7 +183,7 @@ open_error_t openRpcCall(openapiClientHandle_t *client, OpenOpId id, void *const
 open_error_t openapiClientRegister(const char *clientName, openapiClientHandle_t *clientHandle) {
   if (clientName == nullptr || clientHandle == nullptr) return OPEN_E_PARAM;
   memset(clientHandle, 0, sizeof *clientHandle);
-  strncpy(clientHandle->clientName, clientName, sizeof clientHandle->clientName - 1);
+  memcpy(clientHandle->clientName, clientName, strnlen(clientName, sizeof clientHandle->clientName - 1));
   clientHandle->fd = -1;
   return OPEN_E_NONE;
 }

@@ -1,6 +1,7 @@
 #include "open/opdesc.h"
 
 #include <cstring>
+#include <string_view>
 #include <type_traits>
 
 namespace {
@@ -44,10 +45,28 @@ const OpenTypeInfo kTypes[OPEN_TYPE_COUNT] = {
 #include "open/open_ops.def"
 #undef OPEN_OP
 
+// FNV-1a, 32 bits.
+constexpr uint32_t hashText(std::string_view text, uint32_t hash = 2166136261u) {
+  for (char c : text) hash = (hash ^ static_cast<uint8_t>(c)) * 16777619u;
+  return hash;
+}
+
+// Every type and record as declared; any change to them changes every
+// operation's signature.
+constexpr uint32_t kTypesSignature = hashText(
+#define OPEN_TYPE(tag, ctype, kind) #tag " " #ctype " " #kind ";"
+#include "open/open_types.def"
+#undef OPEN_TYPE
+#define OPEN_RECORD(tag, ctype, ...) #tag " " #ctype " " #__VA_ARGS__ ";"
+#include "open/open_records.def"
+#undef OPEN_RECORD
+);
+
 }  // namespace
 
-#define OPEN_OP(kind, name, ...) \
-  {#name, static_cast<uint8_t>(OPEN_NARGS(__VA_ARGS__)), args_##name},
+#define OPEN_OP(kind, name, ...)                                              \
+  {#name, static_cast<uint8_t>(OPEN_NARGS(__VA_ARGS__)), args_##name,        \
+   hashText(#kind " " #name " " #__VA_ARGS__, kTypesSignature)},
 const OpenOpDesc kOpenOps[OPEN_OP_COUNT] = {
 #include "open/open_ops.def"
 };

@@ -4,6 +4,7 @@
 // marshals, what the simulator dispatches, logs and scripts.
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 
 #include "open/openapi.h"
 
@@ -51,6 +52,9 @@ struct OpenOpDesc {
   const char *name;  // interface name, without the client library's prefix
   uint8_t argCount;  // after the client handle
   const OpenArgDesc *args;
+  // A hash of the operation's declaration and of every type and record it
+  // may use: client and server built from different lists disagree on it.
+  uint32_t signature;
 };
 
 enum OpenOpId : uint16_t {
@@ -61,6 +65,19 @@ enum OpenOpId : uint16_t {
 };
 
 extern const OpenOpDesc kOpenOps[OPEN_OP_COUNT];
+
+// The most arguments any operation has.
+inline constexpr uint8_t kOpenMaxArgs = [] {
+  uint8_t most = 0;
+  for (uint8_t count : {
+#define OPEN_OP(kind, name, ...) static_cast<uint8_t>(OPEN_NARGS(__VA_ARGS__)),
+#include "open/open_ops.def"
+#undef OPEN_OP
+       }) {
+    most = count > most ? count : most;
+  }
+  return most;
+}();
 const OpenTypeInfo &openTypeInfo(OpenType type);
 // NULL when no operation has that interface name.
 const OpenOpDesc *openOpFind(const char *name);

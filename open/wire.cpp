@@ -3,30 +3,17 @@
 #include <arpa/inet.h>
 
 #include <charconv>
-#include <cinttypes>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
-#include <string>
+#include <new>
+
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__,
+              "integers are copied to and from the wire as they lie in memory: little-endian");
+static_assert(sizeof(open_inet_addr_t) == 20 && sizeof(open_in6_addr_t) == 16);
 
 namespace {
-
-// Buffers on the simulator's side; the client decodes into the caller's own
-// buffers instead (no storage).
-using OpenStorage = std::deque<std::vector<char>>;
-
-// One entry per kind of type: to the wire and back (requests and answers),
-// to the call log, from a scripted answer. `content` is false for an output
-// on its way to the server: it carries only a buffer's capacity.
-struct OpenCodec {
-  cJSON *(*toWire)(const OpenTypeInfo &type, const void *obj, bool content);
-  int (*fromWire)(const OpenTypeInfo &type, const cJSON *json, void *obj, bool content, OpenStorage *storage);
-  cJSON *(*toLog)(const OpenTypeInfo &type, const void *obj);
-  int (*fromScript)(const OpenTypeInfo &type, const cJSON *json, void *obj, OpenStorage *storage);
-};
-const OpenCodec &codecOf(OpenKind kind);
 
 // ---- Integers ----
 
@@ -45,14 +32,6 @@ void writeInt(const OpenTypeInfo &type, void *obj, uint64_t value) {
     case 2: *static_cast<uint16_t *>(obj) = static_cast<uint16_t>(value); break;
     case 4: *static_cast<uint32_t *>(obj) = static_cast<uint32_t>(value); break;
     default: *static_cast<uint64_t *>(obj) = value; break;
-  }
-}
-
-void formatInt(const OpenTypeInfo &type, uint64_t value, char *text, size_t size) {
-  if (type.isSigned) {
-    snprintf(text, size, "%" PRId64, static_cast<int64_t>(value));
-  } else {
-    snprintf(text, size, "%" PRIu64, value);
   }
 }
 
@@ -81,17 +60,6 @@ int parseDecimal(const OpenTypeInfo &type, std::string_view text, uint64_t *valu
   return type.isSigned ? parseDigits<int64_t>(type, text, value) : parseDigits<uint64_t>(type, text, value);
 }
 
-// A double holds the value exactly: it converts there and back unchanged.
-bool doubleHolds(const OpenTypeInfo &type, uint64_t value) {
-  constexpr double kTwoTo63 = 9223372036854775808.0;
-  if (type.isSigned) {
-    double near = static_cast<double>(static_cast<int64_t>(value));
-    return near < kTwoTo63 && static_cast<int64_t>(near) == static_cast<int64_t>(value);
-  }
-  double near = static_cast<double>(value);
-  return near < 2 * kTwoTo63 && static_cast<uint64_t>(near) == value;
-}
-
 // Without its digits a number is only its double, which from 2^53 on may be
 // the rounded neighbour of what was written.
 int parseBareDouble(const OpenTypeInfo &type, double number, uint64_t *value) {
@@ -104,13 +72,10 @@ int parseBareDouble(const OpenTypeInfo &type, double number, uint64_t *value) {
   return 0;
 }
 
-// A number with its digits: the same plain digits as decimal text, and a
-// value that a double holds, since other JSON readers keep numbers as
-// doubles and would read a different value. Larger values come as text.
+// A number with its digits is read from them, exactly, whatever its double.
 int parseNumber(const OpenTypeInfo &type, const cJSON *json, uint64_t *value) {
   if (json->valuestring == nullptr) return parseBareDouble(type, json->valuedouble, value);
-  if (parseDecimal(type, json->valuestring, value) != 0 || !doubleHolds(type, *value)) return -1;
-  return 0;
+  return parseDecimal(type, json->valuestring, value);
 }
 
 int decodeInt(const OpenTypeInfo &type, const cJSON *json, void *obj) {
@@ -122,40 +87,16 @@ int decodeInt(const OpenTypeInfo &type, const cJSON *json, void *obj) {
   return rc;
 }
 
-cJSON *intToWire(const OpenTypeInfo &type, const void *obj, bool content) {
-  if (!content) return cJSON_CreateNull();
+void renderInt(std::string &out, const OpenTypeInfo &type, uint64_t value) {
   char text[24];
-  formatInt(type, readInt(type, obj), text, sizeof text);
-  return cJSON_CreateString(text);
+  auto written = type.isSigned ? std::to_chars(text, text + sizeof text, static_cast<int64_t>(value))
+                               : std::to_chars(text, text + sizeof text, value);
+  out.append(text, written.ptr);
 }
 
-int intFromWire(const OpenTypeInfo &type, const cJSON *json, void *obj, bool content, OpenStorage *) {
-  return content ? decodeInt(type, json, obj) : 0;
-}
-
-cJSON *intToLog(const OpenTypeInfo &type, const void *obj) {
-  char text[24];
-  formatInt(type, readInt(type, obj), text, sizeof text);
-  return cJSON_CreateRaw(text);  // a JSON number with every digit kept
-}
-
-int intFromScript(const OpenTypeInfo &type, const cJSON *json, void *obj, OpenStorage *) {
-  return decodeInt(type, json, obj);
-}
-
-// ---- Buffers ----
+// ---- Hexadecimal ----
 
 const char kHex[] = "0123456789abcdef";
-
-cJSON *hexString(const char *bytes, size_t length) {
-  std::string text(length * 2, '0');
-  for (size_t i = 0; i < length; ++i) {
-    unsigned char byte = static_cast<unsigned char>(bytes[i]);
-    text[2 * i] = kHex[byte >> 4];
-    text[2 * i + 1] = kHex[byte & 15];
-  }
-  return cJSON_CreateString(text.c_str());
-}
 
 int hexNibble(char c) {
   if (c >= '0' && c <= '9') return c - '0';
@@ -182,74 +123,275 @@ int unhex(const char *text, std::vector<char> &out) {
   return 0;
 }
 
+std::string hexText(const char *bytes, size_t length) {
+  std::string text(length * 2, '0');
+  for (size_t i = 0; i < length; ++i) {
+    unsigned char byte = static_cast<unsigned char>(bytes[i]);
+    text[2 * i] = kHex[byte >> 4];
+    text[2 * i + 1] = kHex[byte & 15];
+  }
+  return text;
+}
+
+// ---- Buffers and addresses, in both forms ----
+
 // Gives the descriptor `size` zero-filled bytes of its own (at least one, so
 // that it always points somewhere).
 void giveStorage(open_buffdesc *desc, size_t size, OpenStorage &storage) {
-  storage.emplace_back(size > 0 ? size : 1, '\0');
-  desc->pstart = storage.back().data();
+  storage.emplace_back(new char[size > 0 ? size : 1]());
+  desc->pstart = storage.back().get();
   desc->size = static_cast<uint32_t>(size);
 }
 
 // Every copy of received bytes goes through here: memcpy wants valid
-// pointers even for no bytes, and an empty vector's data() may be null.
-void copyBytes(char *to, const std::vector<char> &bytes, size_t count) {
-  if (count > 0) memcpy(to, bytes.data(), count);
+// pointers even for no bytes.
+void copyBytes(char *to, const char *from, size_t count) {
+  if (count > 0) memcpy(to, from, count);
 }
 
-// Copies bytes into a buffer that has storage already: the caller's own on
-// the client, never past the size it described (a buffer may claim a size
-// without any storage).
-void fillWithin(open_buffdesc *desc, const std::vector<char> &bytes) {
-  if (desc->pstart != nullptr) copyBytes(desc->pstart, bytes, bytes.size() < desc->size ? bytes.size() : desc->size);
+size_t contentOf(const open_buffdesc *desc) { return desc->pstart != nullptr ? desc->size : 0; }
+
+// An address as the receiver keeps it: the bytes its family does not use
+// are zero, so that what was never set does not travel.
+open_inet_addr_t normalAddress(uint32_t family, const void *bytes) {
+  open_inet_addr_t addr{};
+  addr.family = family;
+  if (family == OPEN_AF_INET) memcpy(&addr.addr.ipv4, bytes, sizeof addr.addr.ipv4);
+  if (family == OPEN_AF_INET6) memcpy(addr.addr.ipv6, bytes, sizeof addr.addr.ipv6);
+  return addr;
 }
 
-cJSON *bufferToWire(const OpenTypeInfo &, const void *obj, bool content) {
-  const auto *desc = static_cast<const open_buffdesc *>(obj);
-  cJSON *json = cJSON_CreateObject();
-  cJSON_AddNumberToObject(json, "size", desc->size);
-  if (content) cJSON_AddItemToObject(json, "hex", hexString(desc->pstart, desc->pstart ? desc->size : 0));
-  return json;
-}
-
-int bufferFromWire(const OpenTypeInfo &, const cJSON *json, void *obj, bool content, OpenStorage *storage) {
-  auto *desc = static_cast<open_buffdesc *>(obj);
-  uint32_t size = 0;
-  if (!cJSON_IsObject(json) || decodeInt(openTypeInfo(OPEN_TYPE_U32), cJSON_GetObjectItemCaseSensitive(json, "size"), &size) != 0 ||
-      size > kWireMaxBuffer) {
-    return -1;
+const char *addressText(const open_inet_addr_t *addr, char (&text)[INET6_ADDRSTRLEN]) {
+  text[0] = '\0';
+  if (addr->family == OPEN_AF_INET) {
+    uint32_t network = htonl(addr->addr.ipv4);
+    inet_ntop(AF_INET, &network, text, sizeof text);
+  } else if (addr->family == OPEN_AF_INET6) {
+    inet_ntop(AF_INET6, addr->addr.ipv6, text, sizeof text);
   }
-  std::vector<char> bytes;
-  const cJSON *hex = cJSON_GetObjectItemCaseSensitive(json, "hex");
-  if (content && (!cJSON_IsString(hex) || unhex(hex->valuestring, bytes) != 0)) return -1;
-  if (storage == nullptr) {
-    fillWithin(desc, bytes);
-    if (size < desc->size) desc->size = size;
-    return 0;
-  }
-  if (bytes.size() > size) return -1;
-  giveStorage(desc, size, *storage);
-  copyBytes(desc->pstart, bytes, bytes.size());
-  return 0;
+  return text;
 }
 
-cJSON *bufferToLog(const OpenTypeInfo &type, const void *obj) {
-  const auto *desc = static_cast<const open_buffdesc *>(obj);
-  size_t size = desc->pstart != nullptr ? desc->size : 0;
-  if (type.kind == OpenKind::Bytes) return hexString(desc->pstart, size);
-  if (type.kind == OpenKind::Words) {
-    cJSON *array = cJSON_CreateArray();
-    for (size_t at = 0; at + 8 <= size; at += 8) {
-      uint64_t word = 0;
-      memcpy(&word, desc->pstart + at, 8);
-      cJSON_AddItemToArray(array, intToLog(openTypeInfo(OPEN_TYPE_U64), &word));
+// Members in order; an array member only up to its last non-zero element,
+// so that large fixed arrays cost only what they hold.
+uint32_t usedLength(const OpenField &field, const OpenTypeInfo &member, const char *at) {
+  static const char kZero[64] = {};
+  uint32_t used = field.length;
+  while (used > 0 && member.size <= sizeof kZero && memcmp(at + (used - 1) * member.size, kZero, member.size) == 0) {
+    --used;
+  }
+  return used;
+}
+
+bool holdsBuffers(const OpenTypeInfo &type) { return openKindIsBuffer(type.kind) || type.kind == OpenKind::Record; }
+
+// ---- The binary form ----
+
+void putU32(WireBuffer &out, uint32_t value) { out.append(&value, sizeof value); }
+
+// Reads within the bytes it was given, never past them.
+struct Reader {
+  const char *at;
+  const char *end;
+
+  const char *take(size_t count) {
+    if (static_cast<size_t>(end - at) < count) return nullptr;
+    const char *taken = at;
+    at += count;
+    return taken;
+  }
+  bool copy(void *to, size_t count) {
+    const char *from = take(count);
+    if (from != nullptr) copyBytes(static_cast<char *>(to), from, count);
+    return from != nullptr;
+  }
+  bool u32(uint32_t &value) { return copy(&value, sizeof value); }
+  bool done() const { return at == end; }
+};
+
+void encodeValue(WireBuffer &out, const OpenTypeInfo &type, const void *obj, bool content);
+
+void encodeBuffer(WireBuffer &out, const open_buffdesc *desc, bool content) {
+  putU32(out, desc->size);
+  if (!content) return;
+  putU32(out, static_cast<uint32_t>(contentOf(desc)));
+  if (desc->pstart != nullptr) out.append(desc->pstart, desc->size);
+}
+
+void encodeRecord(WireBuffer &out, const OpenTypeInfo &type, const char *obj, bool content) {
+  for (uint8_t i = 0; i < type.fieldCount; ++i) {
+    const OpenField &field = type.fields[i];
+    const OpenTypeInfo &member = openTypeInfo(field.type);
+    const char *at = obj + field.offset;
+    if (field.length == 1) {
+      encodeValue(out, member, at, content);
+    } else if (content) {
+      uint32_t used = usedLength(field, member, at);
+      putU32(out, used);
+      for (uint32_t e = 0; e < used; ++e) encodeValue(out, member, at + e * member.size, true);
+    } else if (holdsBuffers(member)) {
+      for (uint32_t e = 0; e < field.length; ++e) encodeValue(out, member, at + e * member.size, false);
     }
-    return array;
   }
-  std::string text(desc->pstart != nullptr ? desc->pstart : "", strnlen(desc->pstart ? desc->pstart : "", size));
-  return cJSON_CreateString(text.c_str());
 }
 
-int wordsFromScript(const cJSON *json, open_buffdesc *desc, OpenStorage &storage) {
+void encodeValue(WireBuffer &out, const OpenTypeInfo &type, const void *obj, bool content) {
+  switch (type.kind) {
+    case OpenKind::Int:
+    case OpenKind::In6:
+      if (content) out.append(static_cast<const char *>(obj), type.size);
+      return;
+    case OpenKind::Text:
+    case OpenKind::Words:
+    case OpenKind::Bytes: return encodeBuffer(out, static_cast<const open_buffdesc *>(obj), content);
+    case OpenKind::Addr: {
+      if (!content) return;
+      const auto *addr = static_cast<const open_inet_addr_t *>(obj);
+      open_inet_addr_t sent = normalAddress(addr->family, &addr->addr);
+      out.append(&sent, sizeof sent);
+      return;
+    }
+    case OpenKind::Record: return encodeRecord(out, type, static_cast<const char *>(obj), content);
+  }
+}
+
+bool decodeValue(Reader &in, const OpenTypeInfo &type, void *obj, bool content, OpenStorage *storage);
+
+// The simulator gives a buffer storage of the size asked for; the client
+// copies into its caller's buffer, never past the size the caller described
+// (a buffer may claim a size without any storage), and takes a smaller size.
+bool decodeBuffer(Reader &in, open_buffdesc *desc, bool content, OpenStorage *storage) {
+  uint32_t size = 0, count = 0;
+  if (!in.u32(size) || size > kWireMaxBuffer) return false;
+  if (content && (!in.u32(count) || count > size)) return false;
+  const char *bytes = content ? in.take(count) : nullptr;
+  if (content && bytes == nullptr) return false;
+  if (storage != nullptr) {
+    giveStorage(desc, size, *storage);
+    copyBytes(desc->pstart, bytes, count);
+    return true;
+  }
+  if (desc->pstart != nullptr) copyBytes(desc->pstart, bytes, count < desc->size ? count : desc->size);
+  if (size < desc->size) desc->size = size;
+  return true;
+}
+
+bool decodeRecord(Reader &in, const OpenTypeInfo &type, char *obj, bool content, OpenStorage *storage) {
+  for (uint8_t i = 0; i < type.fieldCount; ++i) {
+    const OpenField &field = type.fields[i];
+    const OpenTypeInfo &member = openTypeInfo(field.type);
+    char *at = obj + field.offset;
+    uint32_t count = field.length;
+    if (field.length == 1) {
+      if (!decodeValue(in, member, at, content, storage)) return false;
+      continue;
+    }
+    if (content && (!in.u32(count) || count > field.length)) return false;
+    if (!content && !holdsBuffers(member)) continue;
+    for (uint32_t e = 0; e < count; ++e) {
+      if (!decodeValue(in, member, at + e * member.size, content, storage)) return false;
+    }
+  }
+  return true;
+}
+
+bool decodeValue(Reader &in, const OpenTypeInfo &type, void *obj, bool content, OpenStorage *storage) {
+  switch (type.kind) {
+    case OpenKind::Int:
+    case OpenKind::In6: return !content || in.copy(obj, type.size);
+    case OpenKind::Text:
+    case OpenKind::Words:
+    case OpenKind::Bytes: return decodeBuffer(in, static_cast<open_buffdesc *>(obj), content, storage);
+    case OpenKind::Addr: {
+      uint32_t family = 0;
+      const char *bytes = nullptr;
+      if (!content) return true;
+      if (!in.u32(family) || family > OPEN_AF_INET6 || (bytes = in.take(16)) == nullptr) return false;
+      *static_cast<open_inet_addr_t *>(obj) = normalAddress(family, bytes);
+      return true;
+    }
+    case OpenKind::Record: return decodeRecord(in, type, static_cast<char *>(obj), content, storage);
+  }
+  return false;
+}
+
+struct RequestHead {
+  uint16_t op;
+  uint32_t signature;
+};
+
+// ---- The written form ----
+
+void renderValue(std::string &out, const OpenTypeInfo &type, const void *obj, size_t textLimit);
+
+void renderWords(std::string &out, const open_buffdesc *desc) {
+  out += '[';
+  size_t size = contentOf(desc);
+  for (size_t at = 0; at + 8 <= size; at += 8) {
+    uint64_t word = 0;
+    memcpy(&word, desc->pstart + at, 8);
+    if (at > 0) out += ',';
+    renderInt(out, openTypeInfo(OPEN_TYPE_U64), word);
+  }
+  out += ']';
+}
+
+void renderBuffer(std::string &out, const OpenTypeInfo &type, const open_buffdesc *desc, size_t textLimit) {
+  size_t size = contentOf(desc);
+  if (type.kind == OpenKind::Words) return renderWords(out, desc);
+  if (type.kind == OpenKind::Bytes) return wireRenderString(out, hexText(desc->pstart, size), textLimit);
+  wireRenderString(out, std::string_view(desc->pstart != nullptr ? desc->pstart : "", strnlen(desc->pstart ? desc->pstart : "", size)),
+                   textLimit);
+}
+
+void renderRecord(std::string &out, const OpenTypeInfo &type, const char *obj, size_t textLimit) {
+  out += '[';
+  for (uint8_t i = 0; i < type.fieldCount; ++i) {
+    const OpenField &field = type.fields[i];
+    const OpenTypeInfo &member = openTypeInfo(field.type);
+    const char *at = obj + field.offset;
+    if (i > 0) out += ',';
+    if (field.length == 1) {
+      renderValue(out, member, at, textLimit);
+      continue;
+    }
+    out += '[';
+    uint32_t used = usedLength(field, member, at);
+    for (uint32_t e = 0; e < used; ++e) {
+      if (e > 0) out += ',';
+      renderValue(out, member, at + e * member.size, textLimit);
+    }
+    out += ']';
+  }
+  out += ']';
+}
+
+void renderValue(std::string &out, const OpenTypeInfo &type, const void *obj, size_t textLimit) {
+  char text[INET6_ADDRSTRLEN];
+  switch (type.kind) {
+    case OpenKind::Int: return renderInt(out, type, readInt(type, obj));
+    case OpenKind::Text:
+    case OpenKind::Words:
+    case OpenKind::Bytes: return renderBuffer(out, type, static_cast<const open_buffdesc *>(obj), textLimit);
+    case OpenKind::Addr: {
+      const auto *addr = static_cast<const open_inet_addr_t *>(obj);
+      out += "{\"family\":";
+      renderInt(out, openTypeInfo(OPEN_TYPE_U32), addr->family);
+      out += ",\"addr\":";
+      wireRenderString(out, addressText(addr, text), textLimit);
+      out += '}';
+      return;
+    }
+    case OpenKind::In6:
+      inet_ntop(AF_INET6, static_cast<const open_in6_addr_t *>(obj)->u8, text, sizeof text);
+      return wireRenderString(out, text, textLimit);
+    case OpenKind::Record: return renderRecord(out, type, static_cast<const char *>(obj), textLimit);
+  }
+}
+
+int decodeWritten(const OpenTypeInfo &type, const cJSON *json, void *obj, OpenStorage &storage);
+
+int wordsFromJson(const cJSON *json, open_buffdesc *desc, OpenStorage &storage) {
   if (!cJSON_IsArray(json)) return -1;
   size_t count = static_cast<size_t>(cJSON_GetArraySize(json));
   if (count * 8 > kWireMaxBuffer) return -1;
@@ -263,9 +405,8 @@ int wordsFromScript(const cJSON *json, open_buffdesc *desc, OpenStorage &storage
   return 0;
 }
 
-int bufferFromScript(const OpenTypeInfo &type, const cJSON *json, void *obj, OpenStorage *storage) {
-  auto *desc = static_cast<open_buffdesc *>(obj);
-  if (type.kind == OpenKind::Words) return wordsFromScript(json, desc, *storage);
+int bufferFromJson(const OpenTypeInfo &type, const cJSON *json, open_buffdesc *desc, OpenStorage &storage) {
+  if (type.kind == OpenKind::Words) return wordsFromJson(json, desc, storage);
   if (!cJSON_IsString(json)) return -1;
   std::vector<char> bytes;
   if (type.kind == OpenKind::Bytes) {
@@ -275,34 +416,12 @@ int bufferFromScript(const OpenTypeInfo &type, const cJSON *json, void *obj, Ope
     if (length + 1 > kWireMaxBuffer) return -1;
     bytes.assign(json->valuestring, json->valuestring + length + 1);
   }
-  giveStorage(desc, bytes.size(), *storage);
-  copyBytes(desc->pstart, bytes, bytes.size());
+  giveStorage(desc, bytes.size(), storage);
+  copyBytes(desc->pstart, bytes.data(), bytes.size());
   return 0;
 }
 
-// ---- Addresses ----
-
-cJSON *addrToLog(const OpenTypeInfo &, const void *obj) {
-  const auto *addr = static_cast<const open_inet_addr_t *>(obj);
-  char text[INET6_ADDRSTRLEN] = "";
-  if (addr->family == OPEN_AF_INET) {
-    uint32_t network = htonl(addr->addr.ipv4);
-    inet_ntop(AF_INET, &network, text, sizeof text);
-  } else if (addr->family == OPEN_AF_INET6) {
-    inet_ntop(AF_INET6, addr->addr.ipv6, text, sizeof text);
-  }
-  cJSON *json = cJSON_CreateObject();
-  cJSON_AddNumberToObject(json, "family", addr->family);
-  cJSON_AddStringToObject(json, "addr", text);
-  return json;
-}
-
-cJSON *addrToWire(const OpenTypeInfo &type, const void *obj, bool content) {
-  return content ? addrToLog(type, obj) : cJSON_CreateNull();
-}
-
-int addrFromScript(const OpenTypeInfo &, const cJSON *json, void *obj, OpenStorage *) {
-  auto *addr = static_cast<open_inet_addr_t *>(obj);
+int addrFromJson(const cJSON *json, open_inet_addr_t *addr) {
   const cJSON *family = cJSON_GetObjectItemCaseSensitive(json, "family");
   const cJSON *text = cJSON_GetObjectItemCaseSensitive(json, "addr");
   uint32_t code = 0;
@@ -321,121 +440,40 @@ int addrFromScript(const OpenTypeInfo &, const cJSON *json, void *obj, OpenStora
   return -1;
 }
 
-int addrFromWire(const OpenTypeInfo &type, const cJSON *json, void *obj, bool content, OpenStorage *storage) {
-  return content ? addrFromScript(type, json, obj, storage) : 0;
-}
-
-// ---- IPv6 addresses of 16 bytes ----
-
-cJSON *in6ToLog(const OpenTypeInfo &, const void *obj) {
-  char text[INET6_ADDRSTRLEN] = "";
-  inet_ntop(AF_INET6, static_cast<const open_in6_addr_t *>(obj)->u8, text, sizeof text);
-  return cJSON_CreateString(text);
-}
-
-cJSON *in6ToWire(const OpenTypeInfo &type, const void *obj, bool content) {
-  return content ? in6ToLog(type, obj) : cJSON_CreateNull();
-}
-
-int in6FromScript(const OpenTypeInfo &, const cJSON *json, void *obj, OpenStorage *) {
-  if (!cJSON_IsString(json)) return -1;
-  return inet_pton(AF_INET6, json->valuestring, static_cast<open_in6_addr_t *>(obj)->u8) == 1 ? 0 : -1;
-}
-
-int in6FromWire(const OpenTypeInfo &type, const cJSON *json, void *obj, bool content, OpenStorage *storage) {
-  return content ? in6FromScript(type, json, obj, storage) : 0;
-}
-
-// ---- Records ----
-
-// Members in order; an array member as an array cut after its last non-zero
-// element, so that large fixed arrays cost only what they hold.
-template <typename Encode>
-cJSON *recordArray(const OpenTypeInfo &type, const void *obj, Encode encode) {
-  cJSON *array = cJSON_CreateArray();
-  for (uint8_t i = 0; i < type.fieldCount; ++i) {
-    const OpenField &field = type.fields[i];
-    const OpenTypeInfo &member = openTypeInfo(field.type);
-    const char *at = static_cast<const char *>(obj) + field.offset;
-    if (field.length == 1) {
-      cJSON_AddItemToArray(array, encode(member, at));
-      continue;
-    }
-    uint32_t used = field.length;
-    static const char kZero[64] = {};
-    while (used > 0 && member.size <= sizeof kZero && memcmp(at + (used - 1) * member.size, kZero, member.size) == 0) --used;
-    cJSON *elements = cJSON_CreateArray();
-    for (uint32_t e = 0; e < used; ++e) cJSON_AddItemToArray(elements, encode(member, at + e * member.size));
-    cJSON_AddItemToArray(array, elements);
-  }
-  return array;
-}
-
-template <typename Decode>
-int recordFromArray(const OpenTypeInfo &type, const cJSON *json, void *obj, Decode decode) {
+int recordFromJson(const OpenTypeInfo &type, const cJSON *json, char *obj, OpenStorage &storage) {
   if (!cJSON_IsArray(json) || cJSON_GetArraySize(json) != type.fieldCount) return -1;
   const cJSON *item = json->child;
   for (uint8_t i = 0; i < type.fieldCount; ++i, item = item->next) {
     const OpenField &field = type.fields[i];
     const OpenTypeInfo &member = openTypeInfo(field.type);
-    char *at = static_cast<char *>(obj) + field.offset;
+    char *at = obj + field.offset;
     if (field.length == 1) {
-      if (decode(member, item, at) != 0) return -1;
+      if (decodeWritten(member, item, at, storage) != 0) return -1;
       continue;
     }
     if (!cJSON_IsArray(item) || cJSON_GetArraySize(item) > static_cast<int>(field.length)) return -1;
     uint32_t e = 0;
     for (const cJSON *element = item->child; element; element = element->next, ++e) {
-      if (decode(member, element, at + e * member.size) != 0) return -1;
+      if (decodeWritten(member, element, at + e * member.size, storage) != 0) return -1;
     }
   }
   return 0;
 }
 
-cJSON *recordToWire(const OpenTypeInfo &type, const void *obj, bool content) {
-  return recordArray(type, obj, [content](const OpenTypeInfo &member, const void *at) {
-    return codecOf(member.kind).toWire(member, at, content);
-  });
-}
-
-int recordFromWire(const OpenTypeInfo &type, const cJSON *json, void *obj, bool content, OpenStorage *storage) {
-  return recordFromArray(type, json, obj, [content, storage](const OpenTypeInfo &member, const cJSON *item, void *at) {
-    return codecOf(member.kind).fromWire(member, item, at, content, storage);
-  });
-}
-
-cJSON *recordToLog(const OpenTypeInfo &type, const void *obj) {
-  return recordArray(type, obj, [](const OpenTypeInfo &member, const void *at) {
-    return codecOf(member.kind).toLog(member, at);
-  });
-}
-
-int recordFromScript(const OpenTypeInfo &type, const cJSON *json, void *obj, OpenStorage *storage) {
-  return recordFromArray(type, json, obj, [storage](const OpenTypeInfo &member, const cJSON *item, void *at) {
-    return codecOf(member.kind).fromScript(member, item, at, storage);
-  });
-}
-
-constexpr OpenCodec kIntCodec{intToWire, intFromWire, intToLog, intFromScript};
-constexpr OpenCodec kBufferCodec{bufferToWire, bufferFromWire, bufferToLog, bufferFromScript};
-constexpr OpenCodec kAddrCodec{addrToWire, addrFromWire, addrToLog, addrFromScript};
-constexpr OpenCodec kIn6Codec{in6ToWire, in6FromWire, in6ToLog, in6FromScript};
-constexpr OpenCodec kRecordCodec{recordToWire, recordFromWire, recordToLog, recordFromScript};
-
-const OpenCodec &codecOf(OpenKind kind) {
-  switch (kind) {
-    case OpenKind::Int: return kIntCodec;
+int decodeWritten(const OpenTypeInfo &type, const cJSON *json, void *obj, OpenStorage &storage) {
+  switch (type.kind) {
+    case OpenKind::Int: return decodeInt(type, json, obj);
     case OpenKind::Text:
     case OpenKind::Words:
-    case OpenKind::Bytes: return kBufferCodec;
-    case OpenKind::Addr: return kAddrCodec;
-    case OpenKind::In6: return kIn6Codec;
-    case OpenKind::Record: break;
+    case OpenKind::Bytes: return bufferFromJson(type, json, static_cast<open_buffdesc *>(obj), storage);
+    case OpenKind::Addr: return addrFromJson(json, static_cast<open_inet_addr_t *>(obj));
+    case OpenKind::In6:
+      if (!cJSON_IsString(json)) return -1;
+      return inet_pton(AF_INET6, json->valuestring, static_cast<open_in6_addr_t *>(obj)->u8) == 1 ? 0 : -1;
+    case OpenKind::Record: return recordFromJson(type, json, static_cast<char *>(obj), storage);
   }
-  return kRecordCodec;
+  return -1;
 }
-
-const OpenCodec &codecOf(const OpenArgDesc &arg) { return codecOf(openTypeInfo(arg.type).kind); }
 
 // ---- The digits of JSON numbers ----
 
@@ -490,42 +528,193 @@ void keepDigits(cJSON *json, std::string_view text) {
   }
 }
 
-void sizeSlot(const OpenArgDesc &arg, OpenSlot &slot) {
-  slot.buffers.clear();
-  slot.value.assign((openTypeInfo(arg.type).size + 7) / 8, 0);
+// What a request begins with: the operation and the signature it was built
+// with.
+bool readHead(Reader &in, RequestHead &head) { return in.copy(&head.op, sizeof head.op) && in.copy(&head.signature, sizeof head.signature); }
+
+const OpenTypeInfo &typeOf(const OpenArgDesc &arg) { return openTypeInfo(arg.type); }
+
+}  // namespace
+
+// ---- Frames ----
+
+void WireBuffer::append(const void *bytes, size_t count) {
+  if (failed_ || count == 0) return;
+  if (count > capacity_ - size_) {
+    size_t capacity = capacity_ * 2 > size_ + count ? capacity_ * 2 : size_ + count;
+    std::unique_ptr<char[]> grown(new (std::nothrow) char[capacity]);
+    if (!grown) {
+      failed_ = true;
+      return;
+    }
+    memcpy(grown.get(), data_, size_);
+    heap_ = std::move(grown);
+    data_ = heap_.get();
+    capacity_ = capacity;
+  }
+  memcpy(data_ + size_, bytes, count);
+  size_ += count;
+}
+
+void wireBeginFrame(WireBuffer &out) {
+  out.append(kWireMagic, sizeof kWireMagic);
+  putU32(out, 0);
+}
+
+void wireEndFrame(WireBuffer &out, size_t frameStart) {
+  uint32_t length = static_cast<uint32_t>(out.size() - frameStart - kWireHeaderSize);
+  if (!out.failed()) memcpy(out.data() + frameStart + sizeof kWireMagic, &length, sizeof length);
+}
+
+long wireBodyLength(const char *header) {
+  uint32_t length = 0;
+  if (memcmp(header, kWireMagic, sizeof kWireMagic) != 0) return -1;
+  memcpy(&length, header + sizeof kWireMagic, sizeof length);
+  return length <= kWireMaxBody ? static_cast<long>(length) : -1;
+}
+
+OpenCallArgs::OpenCallArgs(const OpenOpDesc &op) : op_(op) {
+  size_t total = 0;
+  constexpr size_t kAlign = alignof(std::max_align_t);
+  for (uint8_t i = 0; i < op.argCount; ++i) total += (typeOf(op.args[i]).size + kAlign - 1) / kAlign * kAlign;
+  unsigned char *at = inline_;
+  if (total > sizeof inline_) {
+    heap_.reset(new unsigned char[total]);
+    at = heap_.get();
+  }
+  memset(at, 0, total);
+  for (uint8_t i = 0; i < op.argCount; ++i) {
+    objects_[i] = at;
+    at += (typeOf(op.args[i]).size + kAlign - 1) / kAlign * kAlign;
+  }
+}
+
+void wireEncodeRequest(WireBuffer &out, OpenOpId id, void *const objects[]) {
+  const OpenOpDesc &op = kOpenOps[id];
+  size_t start = out.size();
+  wireBeginFrame(out);
+  RequestHead head{static_cast<uint16_t>(id), op.signature};
+  out.append(&head.op, sizeof head.op);
+  putU32(out, head.signature);
+  for (uint8_t i = 0; i < op.argCount; ++i) encodeValue(out, typeOf(op.args[i]), objects[i], openArgIsInput(op.args[i]));
+  wireEndFrame(out, start);
+}
+
+const OpenOpDesc *wireRequestedOperation(std::string_view body) {
+  Reader in{body.data(), body.data() + body.size()};
+  RequestHead head{};
+  if (!readHead(in, head) || head.op >= OPEN_OP_COUNT || kOpenOps[head.op].signature != head.signature) return nullptr;
+  return &kOpenOps[head.op];
+}
+
+int wireDecodeRequest(std::string_view body, OpenCallArgs &args) {
+  Reader in{body.data() + sizeof(uint16_t) + sizeof(uint32_t), body.data() + body.size()};
+  if (wireRequestedOperation(body) != &args.op()) return -1;
+  const OpenOpDesc &op = args.op();
+  for (uint8_t i = 0; i < op.argCount; ++i) {
+    if (!decodeValue(in, typeOf(op.args[i]), args.object(i), openArgIsInput(op.args[i]), &args.storage())) return -1;
+  }
+  return in.done() ? 0 : -1;
+}
+
+void wireEncodeOutputs(WireBuffer &out, const OpenOpDesc &op, void *const objects[]) {
+  for (uint8_t i = 0; i < op.argCount; ++i) {
+    if (openArgIsOutput(op.args[i])) encodeValue(out, typeOf(op.args[i]), objects[i], true);
+  }
+}
+
+void wireEncodeReplyBody(WireBuffer &out, int32_t rc, const OpenCallArgs *args) {
+  out.append(&rc, sizeof rc);
+  if (args != nullptr) wireEncodeOutputs(out, args->op(), args->objects());
+}
+
+void wireEncodeReply(WireBuffer &out, int32_t rc, const OpenCallArgs *args) {
+  size_t start = out.size();
+  wireBeginFrame(out);
+  wireEncodeReplyBody(out, rc, args);
+  wireEndFrame(out, start);
+}
+
+namespace {
+
+int32_t decodeReply(std::string_view body, const OpenOpDesc &op, void *const objects[], OpenStorage *storage) {
+  Reader in{body.data(), body.data() + body.size()};
+  int32_t rc = 0;
+  if (!in.copy(&rc, sizeof rc)) return OPEN_E_INTERNAL;
+  if (in.done()) return rc;  // a refusal: the outputs stay as they were
+  for (uint8_t i = 0; i < op.argCount; ++i) {
+    if (openArgIsOutput(op.args[i]) && !decodeValue(in, typeOf(op.args[i]), objects[i], true, storage)) {
+      return OPEN_E_INTERNAL;
+    }
+  }
+  return in.done() ? rc : OPEN_E_INTERNAL;
 }
 
 }  // namespace
 
+int32_t wireDecodeReply(std::string_view body, const OpenOpDesc &op, void *const objects[]) {
+  return decodeReply(body, op, objects, nullptr);
+}
+
+int32_t wireDecodeReplyInto(std::string_view body, OpenCallArgs &args) {
+  return decodeReply(body, args.op(), args.objects(), &args.storage());
+}
+
+// ---- The written form ----
+
+void wireRender(std::string &out, const OpenArgDesc &arg, const void *obj, size_t textLimit) {
+  renderValue(out, typeOf(arg), obj, textLimit);
+}
+
+void wireRenderString(std::string &out, std::string_view text, size_t textLimit) {
+  size_t keep = text.size();
+  if (keep > textLimit) {
+    keep = textLimit;
+    while (keep > 0 && (static_cast<unsigned char>(text[keep]) & 0xC0) == 0x80) --keep;
+  }
+  out += '"';
+  size_t plain = 0;  // where the run of bytes that need no escape began
+  for (size_t i = 0; i < keep; ++i) {
+    unsigned char c = static_cast<unsigned char>(text[i]);
+    if (c >= 0x20 && c != '"' && c != '\\') continue;
+    out.append(text.data() + plain, i - plain);
+    plain = i + 1;
+    const char *escape = c == '"' ? "\\\"" : c == '\\' ? "\\\\" : c == '\b' ? "\\b" : c == '\f' ? "\\f"
+                       : c == '\n' ? "\\n" : c == '\r' ? "\\r" : c == '\t' ? "\\t" : nullptr;
+    if (escape != nullptr) {
+      out += escape;
+      continue;
+    }
+    char code[8];
+    snprintf(code, sizeof code, "\\u%04x", c);
+    out += code;
+  }
+  out.append(text.data() + plain, keep - plain);
+  if (keep < text.size()) {
+    out += "[cut, ";
+    out += std::to_string(text.size());
+    out += " bytes in all]";
+  }
+  out += '"';
+}
+
+std::string wireWrittenAnswer(int32_t rc, const OpenOpDesc &op, void *const objects[], bool withOutputs) {
+  std::string answer = "{\"rc\":" + std::to_string(rc) + ",\"out\":[";
+  bool first = true;
+  for (uint8_t i = 0; i < op.argCount && withOutputs; ++i) {
+    if (!openArgIsOutput(op.args[i])) continue;
+    if (!first) answer += ',';
+    first = false;
+    wireRender(answer, op.args[i], objects[i]);
+  }
+  return answer + "]}";
+}
+
+int wireDecodeWritten(const OpenArgDesc &arg, const cJSON *json, void *obj, OpenStorage &storage) {
+  return json != nullptr ? decodeWritten(typeOf(arg), json, obj, storage) : -1;
+}
+
 int wireDecodeInt(OpenType type, const cJSON *json, void *obj) { return decodeInt(openTypeInfo(type), json, obj); }
-
-void *OpenSlot::object(const OpenArgDesc &) { return value.data(); }
-
-cJSON *wireEncodeRequestArg(const OpenArgDesc &arg, const void *obj) {
-  return codecOf(arg).toWire(openTypeInfo(arg.type), obj, openArgIsInput(arg));
-}
-
-cJSON *wireEncodeReplyOut(const OpenArgDesc &arg, const void *obj) {
-  return codecOf(arg).toWire(openTypeInfo(arg.type), obj, true);
-}
-
-int wireDecodeReplyOut(const OpenArgDesc &arg, const cJSON *json, void *obj) {
-  return codecOf(arg).fromWire(openTypeInfo(arg.type), json, obj, true, nullptr);
-}
-
-int wireDecodeRequestArg(const OpenArgDesc &arg, const cJSON *json, OpenSlot &slot) {
-  sizeSlot(arg, slot);
-  return codecOf(arg).fromWire(openTypeInfo(arg.type), json, slot.object(arg), openArgIsInput(arg), &slot.buffers);
-}
-
-cJSON *wireRenderArg(const OpenArgDesc &arg, const void *obj) {
-  return codecOf(arg).toLog(openTypeInfo(arg.type), obj);
-}
-
-int wireDecodeScriptedOut(const OpenArgDesc &arg, const cJSON *json, OpenSlot &slot) {
-  sizeSlot(arg, slot);
-  return codecOf(arg).fromScript(openTypeInfo(arg.type), json, slot.object(arg), &slot.buffers);
-}
 
 int wireParseDecimal(OpenType type, std::string_view text, void *obj) {
   uint64_t value = 0;

@@ -1,7 +1,6 @@
 #include "sim/dispatch.h"
 
 #include <cstring>
-#include <memory>
 #include <utility>
 
 #include "open/wire.h"
@@ -9,68 +8,47 @@
 
 namespace {
 
-struct JsonDelete {
-  void operator()(cJSON *json) const { cJSON_Delete(json); }
-};
-using Json = std::unique_ptr<cJSON, JsonDelete>;
-
-std::string printed(const cJSON *json) {
-  char *text = cJSON_PrintUnformatted(json);
-  std::string result = text ? text : "";
-  free(text);
-  return result;
-}
-
-using Thunk = open_error_t (*)(SimDevice &, const OpenOpDesc &, OpenSlot *);
+using Thunk = open_error_t (*)(SimDevice &, const OpenCallArgs &);
 
 template <typename... A, size_t... I>
-open_error_t invokeWith(open_error_t (*fn)(SimDevice &, A...), SimDevice &sw, const OpenOpDesc &op,
-                        OpenSlot *slots, std::index_sequence<I...>) {
-  return fn(sw, slots[I].template as<A>(op.args[I])...);
+open_error_t invokeWith(open_error_t (*fn)(SimDevice &, A...), SimDevice &sw, const OpenCallArgs &args,
+                        std::index_sequence<I...>) {
+  return fn(sw, args.template as<A>(I)...);
 }
 
 template <typename... A>
-open_error_t invoke(open_error_t (*fn)(SimDevice &, A...), SimDevice &sw, const OpenOpDesc &op, OpenSlot *slots) {
-  return invokeWith(fn, sw, op, slots, std::index_sequence_for<A...>{});
+open_error_t invoke(open_error_t (*fn)(SimDevice &, A...), SimDevice &sw, const OpenCallArgs &args) {
+  return invokeWith(fn, sw, args, std::index_sequence_for<A...>{});
 }
 
 const Thunk kThunks[OPEN_OP_COUNT] = {
-#define OPEN_OP(kind, name, ...) \
-  [](SimDevice &sw, const OpenOpDesc &op, OpenSlot *slots) { return invoke(sim::name, sw, op, slots); },
+#define OPEN_OP(kind, name, ...) [](SimDevice &sw, const OpenCallArgs &args) { return invoke(sim::name, sw, args); },
 #include "open/open_ops.def"
 #undef OPEN_OP
 };
 
-std::string replyLine(int rc, cJSON *outs) {
-  Json reply(cJSON_CreateObject());
-  cJSON_AddNumberToObject(reply.get(), "rc", rc);
-  cJSON_AddItemToObject(reply.get(), "out", outs ? outs : cJSON_CreateArray());
-  return printed(reply.get());
-}
+OpenOpId idOf(const OpenOpDesc &op) { return static_cast<OpenOpId>(&op - kOpenOps); }
 
-cJSON *encodeOutputs(const OpenOpDesc &op, OpenSlot *slots) {
-  cJSON *outs = cJSON_CreateArray();
+// The call log's entry up to its result: the operation and its inputs as
+// they came, before the operation changes those that are also outputs. A
+// long text keeps its first bytes and says how long it was, so that a
+// megabyte argument costs the log a line.
+std::string logEntryOf(const OpenCallArgs &args) {
+  const OpenOpDesc &op = args.op();
+  std::string entry;
+  entry.reserve(128);
+  entry += "{\"op\":";
+  wireRenderString(entry, op.name);
+  entry += ",\"in\":[";
+  bool first = true;
   for (uint8_t i = 0; i < op.argCount; ++i) {
-    if (openArgIsOutput(op.args[i])) {
-      cJSON_AddItemToArray(outs, wireEncodeReplyOut(op.args[i], slots[i].object(op.args[i])));
-    }
+    if (!openArgIsInput(op.args[i])) continue;
+    if (!first) entry += ',';
+    first = false;
+    wireRender(entry, op.args[i], args.object(i), SimDispatcher::kCallLogTextLimit);
   }
-  return outs;
-}
-
-// A long text keeps its first bytes (never half a UTF-8 character) and
-// says how long it was, so that a megabyte argument costs the log a line.
-void cutLongTexts(cJSON *json) {
-  if (cJSON_IsString(json)) {
-    size_t length = strlen(json->valuestring);
-    if (length <= SimDispatcher::kCallLogTextLimit) return;
-    size_t keep = SimDispatcher::kCallLogTextLimit;
-    while (keep > 0 && (static_cast<unsigned char>(json->valuestring[keep]) & 0xC0) == 0x80) --keep;
-    std::string cut = std::string(json->valuestring, keep) + "[cut, " + std::to_string(length) + " bytes in all]";
-    cJSON_SetValuestring(json, cut.c_str());
-    return;
-  }
-  for (cJSON *child = json->child; child != nullptr; child = child->next) cutLongTexts(child);
+  entry += "],\"rc\":";
+  return entry;
 }
 
 const OpenOpDesc *findOperation(const char *opName, std::string &error) {
@@ -79,62 +57,115 @@ const OpenOpDesc *findOperation(const char *opName, std::string &error) {
   return op;
 }
 
-}  // namespace
-
-std::string SimDispatcher::call(const char *requestLine) {
-  Json request(wireParseJson(requestLine));
-  const cJSON *name = cJSON_GetObjectItemCaseSensitive(request.get(), "op");
-  const cJSON *args = cJSON_GetObjectItemCaseSensitive(request.get(), "args");
-  const OpenOpDesc *op = cJSON_IsString(name) ? openOpFind(name->valuestring) : nullptr;
-  if (op == nullptr || !cJSON_IsArray(args) || cJSON_GetArraySize(args) != op->argCount) {
-    return replyLine(OPEN_E_PARAM, nullptr);
+// Every buffer of an output, records' included, gets `capacity` bytes.
+void giveBuffers(OpenType type, void *obj, uint32_t capacity, OpenStorage &storage) {
+  const OpenTypeInfo &info = openTypeInfo(type);
+  if (openKindIsBuffer(info.kind)) {
+    auto *desc = static_cast<open_buffdesc *>(obj);
+    storage.emplace_back(new char[capacity > 0 ? capacity : 1]());
+    *desc = {capacity, storage.back().get()};
+    return;
   }
-  std::lock_guard<std::mutex> lock(mutex_);
-  int rc = 0;
-  cJSON *logIn = cJSON_CreateArray();
-  std::string reply = dispatch(*op, static_cast<OpenOpId>(op - kOpenOps), args, &rc, logIn);
-  logCall(op->name, logIn, rc);
-  return reply;
-}
-
-std::string SimDispatcher::dispatch(const OpenOpDesc &op, OpenOpId id, const cJSON *args, int *rc,
-                                    cJSON *logIn) {
-  std::unique_ptr<OpenSlot[]> slots(new OpenSlot[op.argCount > 0 ? op.argCount : 1]);
-  const cJSON *item = args->child;
-  bool malformed = false;
-  for (uint8_t i = 0; i < op.argCount; ++i, item = item->next) {
-    malformed = malformed || wireDecodeRequestArg(op.args[i], item, slots[i]) != 0;
-    if (!malformed && openArgIsInput(op.args[i])) {
-      cJSON_AddItemToArray(logIn, wireRenderArg(op.args[i], slots[i].object(op.args[i])));
+  for (uint8_t f = 0; f < info.fieldCount; ++f) {
+    const OpenField &field = info.fields[f];
+    for (uint32_t e = 0; e < field.length; ++e) {
+      giveBuffers(field.type, static_cast<char *>(obj) + field.offset + e * openTypeInfo(field.type).size,
+                  capacity, storage);
     }
   }
-  std::string scripted;
-  if (malformed) {
-    *rc = OPEN_E_PARAM;
-    return replyLine(*rc, nullptr);
+}
+
+// The arguments of a call written by hand; -1 with `error`.
+int writtenArguments(const OpenOpDesc &op, const cJSON *inputs, OpenCallArgs &args, std::string &error) {
+  int expected = 0;
+  for (uint8_t i = 0; i < op.argCount; ++i) expected += openArgIsInput(op.args[i]) ? 1 : 0;
+  if (!cJSON_IsArray(inputs) || cJSON_GetArraySize(inputs) != expected) {
+    error = std::string(op.name) + " has " + std::to_string(expected) + " input(s); \"in\" must list them in order";
+    return -1;
   }
-  if (takeScript(id, scripted, rc)) return scripted;
-  *rc = kThunks[id](sw_, op, slots.get());
-  return replyLine(*rc, encodeOutputs(op, slots.get()));
+  const cJSON *item = inputs->child;
+  for (uint8_t i = 0; i < op.argCount; ++i) {
+    const OpenArgDesc &arg = op.args[i];
+    if (!openArgIsInput(arg)) {
+      giveBuffers(arg.type, args.object(i), SimDispatcher::kWrittenCallCapacity, args.storage());
+      continue;
+    }
+    if (wireDecodeWritten(arg, item, args.object(i), args.storage()) != 0) {
+      error = std::string("input \"") + arg.name + "\" of " + op.name + " is not a valid " + openTypeInfo(arg.type).name;
+      return -1;
+    }
+    item = item->next;
+  }
+  return 0;
 }
 
-bool SimDispatcher::takeScript(OpenOpId id, std::string &replyLine, int *rc) {
+void refuse(std::string &reply) {
+  WireBuffer frame;
+  wireEncodeReply(frame, OPEN_E_PARAM, nullptr);
+  reply.append(frame.data(), frame.size());
+}
+
+// {"rc": n, "out": [...]} of an answer frame.
+std::string writtenAnswer(const OpenOpDesc &op, std::string_view reply) {
+  std::string_view body = reply.substr(kWireHeaderSize);
+  OpenCallArgs outputs(op);
+  int32_t rc = wireDecodeReplyInto(body, outputs);
+  return wireWrittenAnswer(rc, op, outputs.objects(), body.size() > sizeof rc);
+}
+
+}  // namespace
+
+void SimDispatcher::call(std::string_view request, std::string &reply) {
+  const OpenOpDesc *op = wireRequestedOperation(request);
+  if (op == nullptr) return refuse(reply);
+  OpenCallArgs args(*op);
+  if (wireDecodeRequest(request, args) != 0) return refuse(reply);
+  WireBuffer frame;
+  std::string entry = logEntryOf(args);
+  std::lock_guard<std::mutex> lock(mutex_);
+  int32_t rc = 0;
+  if (const Script *script = takeScript(idOf(*op))) {
+    wireBeginFrame(frame);
+    frame.append(script->replyBody.data(), script->replyBody.size());
+    wireEndFrame(frame, 0);
+    memcpy(&rc, script->replyBody.data(), sizeof rc);
+  } else {
+    rc = kThunks[idOf(*op)](sw_, args);
+    wireEncodeReply(frame, rc, &args);
+  }
+  reply.append(frame.data(), frame.size());
+  logCall(entry, rc);
+}
+
+int SimDispatcher::callWritten(const cJSON *request, std::string &answer) {
+  const cJSON *name = cJSON_GetObjectItemCaseSensitive(request, "op");
+  const OpenOpDesc *op = cJSON_IsString(name) ? findOperation(name->valuestring, answer) : nullptr;
+  if (op == nullptr) {
+    if (answer.empty()) answer = "\"op\" must name an operation";
+    return -1;
+  }
+  OpenCallArgs args(*op);
+  if (writtenArguments(*op, cJSON_GetObjectItemCaseSensitive(request, "in"), args, answer) != 0) return -1;
+  WireBuffer frame;
+  std::string reply;
+  wireEncodeRequest(frame, idOf(*op), args.objects());
+  call(frame.view().substr(kWireHeaderSize), reply);
+  answer = writtenAnswer(*op, reply);
+  return 0;
+}
+
+const SimDispatcher::Script *SimDispatcher::takeScript(OpenOpId id) {
   Script &script = scripts_[id];
-  if (script.remaining == 0) return false;
+  if (script.remaining == 0) return nullptr;
   if (script.remaining > 0) --script.remaining;
-  replyLine = script.replyLine;
-  *rc = script.rc;
-  return true;
+  return &script;
 }
 
-void SimDispatcher::logCall(const char *opName, cJSON *logIn, int rc) {
-  Json entry(cJSON_CreateObject());
-  cJSON_AddStringToObject(entry.get(), "op", opName);
-  cJSON_AddItemToObject(entry.get(), "in", logIn);
-  cJSON_AddNumberToObject(entry.get(), "rc", rc);
-  cutLongTexts(logIn);
-  callLog_.push_back(printed(entry.get()) + "\n");
-  callLogBytes_ += callLog_.back().size();
+void SimDispatcher::logCall(std::string &entry, int32_t rc) {
+  entry += std::to_string(rc);
+  entry += "}\n";
+  callLogBytes_ += entry.size();
+  callLog_.push_back(std::move(entry));
   while (callLog_.size() > kCallLogLimit || callLogBytes_ > kCallLogByteBudget) {
     callLogBytes_ -= callLog_.front().size();
     callLog_.pop_front();
@@ -144,8 +175,10 @@ void SimDispatcher::logCall(const char *opName, cJSON *logIn, int rc) {
 int SimDispatcher::setFault(const char *opName, int rc, long count, std::string &error) {
   const OpenOpDesc *op = findOperation(opName, error);
   if (op == nullptr) return -1;
+  WireBuffer body;
+  wireEncodeReplyBody(body, rc, nullptr);
   std::lock_guard<std::mutex> lock(mutex_);
-  scripts_[op - kOpenOps] = Script{count < 0 ? -1 : count, rc, replyLine(rc, nullptr)};
+  scripts_[idOf(*op)] = Script{count < 0 ? -1 : count, std::string(body.view())};
   return 0;
 }
 
@@ -166,22 +199,21 @@ int SimDispatcher::setStub(const char *opName, const cJSON *answer, long count, 
     error = std::string(op->name) + " has " + std::to_string(outputs) + " output(s); \"out\" must list them in order";
     return -1;
   }
-  std::unique_ptr<OpenSlot[]> slots(new OpenSlot[op->argCount > 0 ? op->argCount : 1]);
-  cJSON *encoded = cJSON_CreateArray();
+  OpenCallArgs args(*op);
   const cJSON *item = given > 0 ? outs->child : nullptr;
   for (uint8_t i = 0; i < op->argCount && item != nullptr; ++i) {
     if (!openArgIsOutput(op->args[i])) continue;
-    if (wireDecodeScriptedOut(op->args[i], item, slots[i]) != 0) {
-      cJSON_Delete(encoded);
+    if (wireDecodeWritten(op->args[i], item, args.object(i), args.storage()) != 0) {
       error = std::string("output \"") + op->args[i].name + "\" of " + op->name + " is not a valid " +
               openTypeInfo(op->args[i].type).name;
       return -1;
     }
-    cJSON_AddItemToArray(encoded, wireEncodeReplyOut(op->args[i], slots[i].object(op->args[i])));
     item = item->next;
   }
+  WireBuffer body;
+  wireEncodeReplyBody(body, rc, given > 0 ? &args : nullptr);
   std::lock_guard<std::mutex> lock(mutex_);
-  scripts_[op - kOpenOps] = Script{count < 0 ? -1 : count, rc, replyLine(rc, encoded)};
+  scripts_[idOf(*op)] = Script{count < 0 ? -1 : count, std::string(body.view())};
   return 0;
 }
 

@@ -1,13 +1,14 @@
 #pragma once
-// Turns request lines into calls of the simulated operations, applying the
-// faults and scripted answers set through the control tool, and keeps the
-// call log. One mutex serialises everything, as one switch answers one call
-// at a time.
+// Turns request frames (open/wire.h) into calls of the simulated
+// operations, applying the faults and scripted answers set through the
+// control tool, and keeps the call log. One mutex serialises everything, as
+// one switch answers one call at a time.
 #include <cjson/cJSON.h>
 
 #include <deque>
 #include <mutex>
 #include <string>
+#include <string_view>
 
 #include "open/opdesc.h"
 
@@ -24,8 +25,17 @@ class SimDispatcher {
 
   explicit SimDispatcher(SimDevice &sw) : sw_(sw) {}
 
-  // One request line in, one answer line out (without the newline).
-  std::string call(const char *requestLine);
+  // Output buffers of a call written by hand have this many bytes.
+  static constexpr uint32_t kWrittenCallCapacity = 1024;
+
+  // One request frame's body in; its answer frame appended to `reply`. A
+  // request that is not one is refused with OPEN_E_PARAM and not logged.
+  void call(std::string_view request, std::string &reply);
+  // A call written by hand, {"op": name, "in": [its inputs in the written
+  // form of the call log]}, made as a frame. 0 with `answer` holding
+  // {"rc": n, "out": [the outputs as a scripted answer gives them]}, or -1
+  // with `answer` saying what is wrong with the call.
+  int callWritten(const cJSON *request, std::string &answer);
 
   // COUNT < 0 means every call. 0 on success, otherwise `error` says why.
   int setFault(const char *opName, int rc, long count, std::string &error);
@@ -44,14 +54,12 @@ class SimDispatcher {
 
  private:
   struct Script {
-    long remaining = 0;      // < 0: for ever
-    int rc = 0;
-    std::string replyLine;   // a fault's or a stub's whole answer
+    long remaining = 0;     // < 0: for ever
+    std::string replyBody;  // a fault's or a stub's answer: result and outputs
   };
 
-  std::string dispatch(const OpenOpDesc &op, OpenOpId id, const cJSON *args, int *rc, cJSON *logIn);
-  bool takeScript(OpenOpId id, std::string &replyLine, int *rc);
-  void logCall(const char *opName, cJSON *logIn, int rc);
+  const Script *takeScript(OpenOpId id);
+  void logCall(std::string &entry, int32_t rc);
 
   SimDevice &sw_;
   std::mutex mutex_;

@@ -164,30 +164,61 @@ void SimServer::acceptOne() {
 }
 
 void SimServer::serveConnection(int fd) {
-  std::string pending;
+  std::string pending, reply;
+  size_t scanned = 0;  // bytes of `pending` known to hold no newline
   char chunk[65536];
   bool open = true;
   while (open) {
     ssize_t got = recv(fd, chunk, sizeof chunk, 0);
     if (got < 0 && errno == EINTR) continue;
     if (got <= 0) break;
-    size_t scanFrom = pending.size();  // older bytes hold no newline
     pending.append(chunk, static_cast<size_t>(got));
-    size_t start = 0, newline = 0;
-    while (open && (newline = pending.find('\n', scanFrom)) != std::string::npos) {
-      open = sendAll(fd, answer(pending.substr(start, newline - start)) + "\n");
-      start = scanFrom = newline + 1;
-    }
-    pending.erase(0, start);
-    if (open && pending.size() > kMaxLine) {
-      sendAll(fd, malformed("request line too long") + "\n");
-      open = false;
-    }
+    open = answerPending(fd, pending, scanned, reply);
   }
   std::lock_guard<std::mutex> lock(mutex_);
   connections_.erase(fd);
   close(fd);
   if (--running_ == 0) idle_.notify_all();
+}
+
+// A frame's first byte never begins a line of text, so each request says
+// which it is. Whole requests are answered and dropped from `pending`; the
+// rest waits for more bytes. False when the connection is to end: a frame
+// header that is none leaves no way to find the next request.
+bool SimServer::answerPending(int fd, std::string &pending, size_t &scanned, std::string &reply) {
+  size_t start = 0;
+  bool open = true;
+  while (open && start < pending.size()) {
+    size_t left = pending.size() - start;
+    reply.clear();
+    if (pending[start] == kWireMagic[0]) {
+      if (left < kWireHeaderSize) break;
+      long body = wireBodyLength(pending.data() + start);
+      if (body < 0) {
+        WireBuffer refusal;
+        wireEncodeReply(refusal, OPEN_E_PARAM, nullptr);
+        sendAll(fd, std::string(refusal.view()));
+        return false;
+      }
+      if (left - kWireHeaderSize < static_cast<size_t>(body)) break;
+      dispatcher_.call(std::string_view(pending).substr(start + kWireHeaderSize, static_cast<size_t>(body)), reply);
+      start += kWireHeaderSize + static_cast<size_t>(body);
+    } else {
+      size_t newline = pending.find('\n', start > scanned ? start : scanned);
+      if (newline == std::string::npos) {
+        scanned = pending.size();
+        if (left <= kMaxLine) break;
+        sendAll(fd, malformed("request line too long") + "\n");
+        return false;
+      }
+      reply = answer(pending.substr(start, newline - start)) + "\n";
+      start = newline + 1;
+    }
+    open = sendAll(fd, reply);
+  }
+  pending.erase(0, start);
+  scanned = scanned > start ? scanned - start : 0;
+  return open;
 }
 
 void SimServer::closeConnections() {
@@ -215,5 +246,6 @@ std::string SimServer::answer(const std::string &line) {
   if (cJSON_GetObjectItemCaseSensitive(request.get(), "op") == nullptr) {
     return malformed("a request needs \"op\" (an OpEN call) or \"ctl\" (a control command)");
   }
-  return dispatcher_.call(line.c_str());
+  std::string answer;
+  return dispatcher_.callWritten(request.get(), answer) == 0 ? answer : malformed(answer.c_str());
 }

@@ -1,7 +1,10 @@
 #pragma once
 // The simulator's socket server: a Unix stream socket, one thread per
-// client, one JSON line in and one JSON line out per request. Lines with
-// "op" are OpEN calls, lines with "ctl" control commands.
+// client. OpEN calls come as frames (open/wire.h) and are answered with
+// frames; control commands, and calls written by hand, come as one JSON
+// line each and are answered with one: lines with "ctl" are control
+// commands, lines with "op" calls in the written form of the call log
+// (SimDispatcher::callWritten).
 #include <sys/types.h>
 
 #include <condition_variable>
@@ -13,7 +16,7 @@
 
 class SimServer {
  public:
-  // Longest request line; a 1 MiB buffer in hexadecimal fits well inside.
+  // Longest request line: a state document with every table full fits.
   static constexpr size_t kMaxLine = 8u << 20;
 
   SimServer(SimDispatcher &dispatcher, std::string statePath);
@@ -36,6 +39,7 @@ class SimServer {
   struct ConnectionStart;
   static void *connectionThread(void *arg);
   void serveConnection(int fd);
+  bool answerPending(int fd, std::string &pending, size_t &scanned, std::string &reply);
   void acceptOne();
   void closeConnections();
   void removeSocket();

@@ -7,13 +7,12 @@
 #include "tools/raii.h"
 
 void answerWith(int32_t code, const char *dataKey, const cJSON *data, AnswerStyle style) {
-  CText dataText(code == 0 && data != nullptr ? cJSON_PrintUnformatted(data) : nullptr);
   char *answer = nullptr;
-  if (responseJsonRreallocStr(code, dataKey, dataText.get(), &answer) != 0) return;
+  if (responseJsonTreeStr(code, dataKey, data, &answer) != 0) return;
   CText owned(answer);
   if (style == AnswerStyle::Line) {
     puts(answer);
   } else {
-    printf("%s", answer);
+    fputs(answer, stdout);
   }
 }

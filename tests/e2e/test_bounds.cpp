@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <thread>
 
+#include "open/wire.h"
 #include "tests/e2e/harness.h"
 
 namespace {
@@ -62,9 +63,14 @@ class SilentServer {
     char chunk[4096];
     ssize_t got = read(fd, chunk, sizeof chunk);
     if (got <= 0 || !answerStartUp_) return;
-    std::string text(chunk, static_cast<size_t>(got));
-    for (const char *op : {"openapiConnectivityCheck", "openapiNetworkOSVersionGet", "openapiApiVersionGet"}) {
-      if (text.find(op) != std::string::npos) (void)!write(fd, "{\"rc\":0,\"out\":[]}\n", 18);
+    // One request a read: the client waits for each answer.
+    std::string_view body(chunk, static_cast<size_t>(got));
+    const OpenOpDesc *op = body.size() >= kWireHeaderSize ? wireRequestedOperation(body.substr(kWireHeaderSize)) : nullptr;
+    for (OpenOpId startUp : {OPEN_OPID_openapiConnectivityCheck, OPEN_OPID_openapiNetworkOSVersionGet,
+                             OPEN_OPID_openapiApiVersionGet}) {
+      WireBuffer answer;
+      wireEncodeReply(answer, OPEN_E_NONE, nullptr);
+      if (op == &kOpenOps[startUp]) (void)!write(fd, answer.data(), answer.size());
     }
   }
 

@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "open/wire.h"
-#include "tools/raii.h"
 
 namespace {
 
@@ -79,17 +78,11 @@ const char *ClientArgs::buffersProblem() const {
   return nullptr;
 }
 
-std::string ClientArgs::answerWith(int32_t rc, cJSON *(*encode)(const OpenArgDesc &, const void *)) const {
-  JsonPtr reply(cJSON_CreateObject());
-  cJSON_AddNumberToObject(reply.get(), "rc", rc);
-  cJSON *outs = cJSON_AddArrayToObject(reply.get(), "out");
-  for (uint8_t i = 0; i < op_.argCount; ++i) {
-    if (openArgIsOutput(op_.args[i])) cJSON_AddItemToArray(outs, encode(op_.args[i], objects_[i]));
-  }
-  CText text(cJSON_PrintUnformatted(reply.get()));
-  return text ? text.get() : "";
+std::string ClientArgs::replyBody(int32_t rc) const {
+  WireBuffer body;
+  body.append(&rc, sizeof rc);
+  wireEncodeOutputs(body, op_, objects_.data());
+  return std::string(body.view());
 }
 
-std::string ClientArgs::replyLine(int32_t rc) const { return answerWith(rc, wireEncodeReplyOut); }
-
-std::string ClientArgs::scriptedAnswer(int32_t rc) const { return answerWith(rc, wireRenderArg); }
+std::string ClientArgs::scriptedAnswer(int32_t rc) const { return wireWrittenAnswer(rc, op_, objects_.data(), true); }

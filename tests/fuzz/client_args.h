@@ -4,8 +4,6 @@
 // other argument through a pointer to an object of its exact size, buffer
 // descriptors (also inside records) pointing at heap blocks of exactly the
 // capacity they describe, so that the sanitizer sees any write past one.
-#include <cjson/cJSON.h>
-
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -27,10 +25,10 @@ class ClientArgs {
   // NULL while every buffer still points where it did and describes no more
   // than its capacity; otherwise what changed.
   const char *buffersProblem() const;
-  // The outputs in their wire form, as the simulator would answer them:
-  // {"rc": rc, "out": [...]}, unformatted.
-  std::string replyLine(int32_t rc) const;
-  // The outputs in the human form of a scripted answer (opensimctl stub).
+  // The body of the answer frame that would bring these outputs.
+  std::string replyBody(int32_t rc) const;
+  // The outputs in the written form of a scripted answer (opensimctl stub):
+  // {"rc": rc, "out": [...]}.
   std::string scriptedAnswer(int32_t rc) const;
 
  private:
@@ -41,7 +39,6 @@ class ClientArgs {
   void *allocate(size_t size);
   void *objectFor(const OpenArgDesc &arg);
   void giveBuffers(OpenType type, void *object);
-  std::string answerWith(int32_t rc, cJSON *(*encode)(const OpenArgDesc &, const void *)) const;
 
   const OpenOpDesc &op_;
   uint32_t capacity_;

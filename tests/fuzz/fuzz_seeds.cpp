@@ -1,5 +1,5 @@
 // Writes the fuzzers' seed corpora: requests of every route family for the
-// request fuzzer and, for the RPC fuzzer, the wire lines those requests
+// request fuzzer and, for the RPC fuzzer, the wire frames those requests
 // really exchange with the simulated switch, with control commands and
 // state documents. Each request is run once and its answer checked, so a
 // seed that no longer reaches its route is seen at once.
@@ -15,6 +15,7 @@
 
 #include "log/log.h"
 #include "open/call_codec.h"
+#include "open/wire.h"
 #include "routes/families.h"
 #include "sim/device.h"
 #include "sim/dispatch.h"
@@ -137,7 +138,7 @@ const Seed kSeeds[] = {
     {"script-stub-address", "GET", "sflow/rcvr-address?index=1", "", 0, nullptr, nullptr, nullptr, nullptr,
      R"({"ctl":"stub","op":"openapiSflowRcvrAddressGet","answer":{"rc":0,"out":[{"family":2,"addr":"fe80::1"}]}})"},
     {"script-op-then-read", "GET", "sflow/rcvr-owner?index=1", "", 0, nullptr, nullptr, nullptr, nullptr,
-     R"({"op":"openapiSflowRcvrOwnerSet","args":["1",{"size":"4","hex":"6f707300"},"60"]})"},
+     R"({"op":"openapiSflowRcvrOwnerSet","in":[1,"ops",60]})"},
 };
 
 FuzzRequest requestOf(const Seed &seed, uint16_t route) {
@@ -221,10 +222,9 @@ bool runRequestSeed(Generator &g, const Seed &seed, const std::string &dir) {
   return outcome.compare(0, 4, "BAD:") != 0 && writeSeed(dir, seed.name, encodeRequest(request));
 }
 
-std::string opNameOf(const std::string &requestLine) {
-  JsonPtr request(cJSON_Parse(requestLine.c_str()));
-  const cJSON *name = cJSON_GetObjectItemCaseSensitive(request.get(), "op");
-  return cJSON_IsString(name) ? name->valuestring : "";
+std::string opNameOf(const std::string &requestBody) {
+  const OpenOpDesc *op = wireRequestedOperation(requestBody);
+  return op != nullptr ? op->name : "";
 }
 
 // The first exchange of each operation, every `step`-th of them, so that
@@ -243,11 +243,8 @@ std::vector<WireExchange> spreadByOperation(const std::vector<WireExchange> &all
   return spread;
 }
 
-std::string argumentsOf(const std::string &requestLine) {
-  JsonPtr request(cJSON_Parse(requestLine.c_str()));
-  CText args(cJSON_PrintUnformatted(cJSON_GetObjectItemCaseSensitive(request.get(), "args")));
-  return args ? args.get() : "[]";
-}
+// What follows the operation's index and signature.
+std::string argumentsOf(const std::string &requestBody) { return requestBody.substr(sizeof(uint16_t) + sizeof(uint32_t)); }
 
 uint8_t capacityByteFor(uint32_t capacity) {
   for (unsigned byte = 0; byte < 256; ++byte) {
@@ -279,7 +276,7 @@ bool writeWireSeeds(const std::vector<WireExchange> &exchanges, const std::strin
     const OpenOpDesc *op = openOpFind(opNameOf(exchange.request).c_str());
     if (op == nullptr) continue;
     ClientArgs args(*op, kCapacity);
-    int32_t rc = openDecodeReply(*op, args.argv(), exchange.reply.c_str());
+    int32_t rc = openDecodeReply(*op, args.argv(), exchange.reply);
     RpcInput stub{RpcEntry::Stub, static_cast<uint16_t>(op - kOpenOps), capacity, args.scriptedAnswer(rc)};
     ok = writeSeed(dir, std::string("stub-") + op->name, encodeRpcInput(stub)) && ok;
   }
@@ -297,6 +294,7 @@ const char *const kControlSeeds[][2] = {
     {"calls-clear", R"({"ctl":"callsClear"})"},
     {"dump", R"({"ctl":"dump"})"},
     {"save", R"({"ctl":"save"})"},
+    {"call", R"({"op":"openapiLldpIntfRemoteDeviceNextGet","in":[12,0,0]})"},
 };
 
 bool writeControlAndStateSeeds(const std::string &defaultState, const std::string &configured,

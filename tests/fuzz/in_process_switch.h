@@ -18,8 +18,9 @@ class InProcessSwitch {
   // process ends; false with `error`.
   bool start(const std::string &socketPath, std::string &error);
   SimDispatcher &dispatcher() { return dispatcher_; }
-  // Answers each line as the daemon would: control commands and OpEN calls
-  // that set the switch up for a request. The answers are not kept.
+  // Answers each line as the daemon would: control commands and calls
+  // written by hand that set the switch up for a request. The answers are
+  // not kept.
   void script(const std::string &lines, size_t maxLines);
   void clearScripts() { dispatcher_.clearScripts(); }
   // The default switch with an empty call log.

@@ -7,6 +7,8 @@
 
 #include <cerrno>
 
+#include "open/wire.h"
+
 namespace {
 
 // Short, so that the destructor's stop is seen soon.
@@ -46,23 +48,24 @@ void RecordingLink::serve() {
     if (got < 0 && errno == EINTR) continue;
     if (got <= 0) break;
     pending.append(chunk, static_cast<size_t>(got));
-    for (size_t newline; (newline = pending.find('\n')) != std::string::npos;) {
-      std::string line = pending.substr(0, newline);
-      pending.erase(0, newline + 1);
-      answer(line);
+    long body = 0;
+    while (pending.size() >= kWireHeaderSize && (body = wireBodyLength(pending.data())) >= 0 &&
+           pending.size() >= kWireHeaderSize + static_cast<size_t>(body)) {
+      answer(pending.substr(kWireHeaderSize, static_cast<size_t>(body)));
+      pending.erase(0, kWireHeaderSize + static_cast<size_t>(body));
     }
   }
 }
 
-void RecordingLink::answer(const std::string &line) {
-  std::string reply = dispatcher_.call(line.c_str());
+void RecordingLink::answer(const std::string &body) {
+  std::string reply;
+  dispatcher_.call(body, reply);
   {
     std::lock_guard<std::mutex> lock(mutex_);
-    exchanges_.push_back({line, reply});
+    exchanges_.push_back({body, reply.substr(kWireHeaderSize)});
   }
-  std::string data = reply + "\n";
-  for (size_t done = 0; done < data.size();) {
-    ssize_t sent = send(fds_[1], data.data() + done, data.size() - done, MSG_NOSIGNAL);
+  for (size_t done = 0; done < reply.size();) {
+    ssize_t sent = send(fds_[1], reply.data() + done, reply.size() - done, MSG_NOSIGNAL);
     if (sent < 0 && errno == EINTR) continue;
     if (sent <= 0) return;
     done += static_cast<size_t>(sent);

@@ -1,7 +1,8 @@
 #pragma once
 // Serves the program's OpEN client over a socket pair from a thread,
-// answering each request line with the simulator's dispatcher and keeping
-// both lines: the wire form as the client really writes and reads it.
+// answering each request frame with the simulator's dispatcher and keeping
+// the bodies of both frames: the wire form as the client really writes and
+// reads it.
 #include <atomic>
 #include <mutex>
 #include <string>
@@ -28,7 +29,7 @@ class RecordingLink {
 
  private:
   void serve();
-  void answer(const std::string &line);
+  void answer(const std::string &body);
 
   SimDispatcher &dispatcher_;
   int fds_[2] = {-1, -1};

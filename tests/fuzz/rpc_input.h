@@ -14,12 +14,12 @@
 #include "open/opdesc.h"
 
 enum class RpcEntry : uint8_t {
-  ClientReply,    // an answer line, decoded by the client for the operation
-  ServerRequest,  // a request line, answered by the simulator's dispatcher
-  Control,        // a control command, answered by the simulator
+  ClientReply,    // an answer frame's body, decoded by the client for the operation
+  ServerRequest,  // a request frame's body, answered by the simulator's dispatcher
+  Control,        // a control command or a call written by hand, answered by the simulator
   Stub,           // a scripted answer for the operation, then one call of it
   StateLoad,      // a state document, loaded into the simulated switch
-  ServerCall,     // the arguments of a request line for the operation
+  ServerCall,     // the arguments of a request body for the operation
 };
 constexpr uint8_t kRpcEntryCount = 6;
 

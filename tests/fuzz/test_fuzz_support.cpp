@@ -6,12 +6,14 @@
 #include <vector>
 
 #include "open/call_codec.h"
+#include "open/wire.h"
 #include "routes/families.h"
 #include "tests/fuzz/cgi_answer.h"
 #include "tests/fuzz/client_args.h"
 #include "tests/fuzz/request_input.h"
 #include "tests/fuzz/route_list.h"
 #include "tests/fuzz/rpc_input.h"
+#include "tools/raii.h"
 
 namespace {
 
@@ -118,14 +120,18 @@ TEST(RouteList, EveryRegisteredRouteOnceAndTheTreeBackAfterLookups) {
 TEST(ClientArgs, BuffersKeepTheirPlaceAndTheirReplyReadsBack) {
   const OpenOpDesc *op = openOpFind("openapiSnmpCommunityAndIPAddrGet");  // a text inside a record
   ASSERT_NE(op, nullptr);
+  OpenCallArgs server(*op);
+  JsonPtr written(cJSON_Parse(R"([2,{"family":1,"addr":"10.0.0.1"},{"family":0,"addr":""},0,"Abcdefgh"])"));
+  ASSERT_EQ(wireDecodeWritten(op->args[1], written.get(), server.object(1), server.storage()), 0);
+  WireBuffer reply;
+  wireEncodeReplyBody(reply, 0, &server);
   ClientArgs args(*op, 4);
-  std::string reply = R"({"rc":0,"out":[["2",{"family":1,"addr":"10.0.0.1"},{"family":0,"addr":""},"0",{"size":"9","hex":"4162636465666768ff"}]]})";
-  EXPECT_EQ(openDecodeReply(*op, args.argv(), reply.c_str()), 0);
+  EXPECT_EQ(openDecodeReply(*op, args.argv(), reply.view()), 0);
   EXPECT_EQ(args.buffersProblem(), nullptr);
   ClientArgs again(*op, 4);
-  EXPECT_EQ(openDecodeReply(*op, again.argv(), args.replyLine(0).c_str()), 0);
-  EXPECT_EQ(again.replyLine(0), args.replyLine(0));
-  EXPECT_NE(args.replyLine(0).find("\"hex\":\"41626364\""), std::string::npos) << args.replyLine(0);
+  EXPECT_EQ(openDecodeReply(*op, again.argv(), args.replyBody(0)), 0);
+  EXPECT_EQ(again.replyBody(0), args.replyBody(0));
+  EXPECT_NE(args.scriptedAnswer(0).find(R"(,"Abcd"]])"), std::string::npos) << args.scriptedAnswer(0);
 }
 
 TEST(ClientArgs, CapacityBytesCoverSmallSizesAndTheRoutesSizes) {

@@ -61,8 +61,9 @@ class HttpdDispatchTest : public HttpdTest, public ::testing::WithParamInterface
     httpdAddCContent(table, "/api/v2/monitoring/stats", "stat", HTTPD_PUT, 0, statPut);
     httpdAddCContent(table, "/api/v2/monitoring/lldp", "status", HTTPD_GET, 0, lldpStatus);
     httpdAddCContent(table, "/api/v2/monitoring/lldp-med", "status", HTTPD_GET, 0, lldpMedStatus);
+    // Longer than the last directory's parent, with another beginning.
+    httpdAddCContent(table, "/cgi-bin/monitoring-pages", "plain", HTTPD_GET, 0, plainPage);
     httpdAddCContent(table, "/api//v2///monitoring/snmp/", "community", HTTPD_DELETE, 0, snmpDelete);
-    httpdAddCContent(table, "/cgi-bin", "plain", HTTPD_GET, 0, plainPage);
     httpdAddCContent(table, "/", "top", HTTPD_GET, 0, topLevel);
     return table;
   }
@@ -91,7 +92,7 @@ INSTANTIATE_TEST_SUITE_P(
         DispatchCase{"/api/v2/monitoring/lldp-/status", "GET", ""},
         DispatchCase{"/api/v2/monitoring//lldp/status", "GET", kJsonHeader + "lldp-status"},
         DispatchCase{"/api/v2/monitoring/snmp/community", "DELETE", kJsonHeader + "snmp-delete"},
-        DispatchCase{"/cgi-bin/plain", "GET", "plain"},
+        DispatchCase{"/cgi-bin/monitoring-pages/plain", "GET", "plain"},
         DispatchCase{"/top?a=b", "GET", "top"},
         DispatchCase{"no-slash-here?q=1", "GET", "Invalid request path 'no-slash-here?q=1'\n"},
         DispatchCase{"", "GET", "Invalid request path ''\n"}));

@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "open/wire.h"
 #include "sim/control.h"
 #include "sim_fixture.h"
 #include "tools/raii.h"
@@ -57,12 +58,22 @@ class SimServerTest : public SimFixture {
     return fd;
   }
 
+  // Sends the line (none when empty) and reads the answer line.
   std::string roundTrip(int fd, const std::string &line) {
     std::string data = line + "\n", reply;
-    EXPECT_EQ(send(fd, data.data(), data.size(), MSG_NOSIGNAL), static_cast<ssize_t>(data.size()));
+    if (!line.empty()) {
+      EXPECT_EQ(send(fd, data.data(), data.size(), MSG_NOSIGNAL), static_cast<ssize_t>(data.size()));
+    }
     char c = 0;
     while (recv(fd, &c, 1, 0) == 1 && c != '\n') reply += c;
     return reply;
+  }
+  // Up to `count` bytes, fewer when the server ends the connection.
+  std::string receive(int fd, size_t count) {
+    std::string bytes(count, '\0');
+    size_t got = 0;
+    for (ssize_t n = 0; got < count && (n = recv(fd, bytes.data() + got, count - got, 0)) > 0;) got += static_cast<size_t>(n);
+    return bytes.substr(0, got);
   }
 
   char dir[32] = "/tmp/simserver.XXXXXX";
@@ -89,7 +100,8 @@ TEST_F(SimServerTest, ControlCommandsAnswer) {
       {&without, R"({"ctl":"save"})", "--state"},
       {&withState, R"({"ctl":"save"})", "ok"},
       {&without, R"({"ctl":"explode"})", "unknown control command"},
-      {&without, R"({"op":"openapiStatGet","args":["2","5",null]})", "no error text"},  // an OpEN answer
+      {&without, R"({"op":"openapiStatGet","in":[2,5]})", "no error text"},  // an OpEN answer
+      {&without, R"({"op":"openapiStatGet","in":[2,"x"]})", "\"intIfNum\""},
       {&without, R"({"neither":1})", "\"op\""},
       {&without, R"({"ctl":"ping"} {"ctl":"ping"})", "JSON object"},
       {&without, std::string("{\"ctl\":\"ping\"}\0x", 15), "NUL"},
@@ -137,8 +149,9 @@ TEST_F(SimServerTest, StateFilesAndScriptsTakeIntegersExactlyAsWritten) {
       {"18446744073709549568", "18446744073709549568"},  // a double holds it
       {R"("18446744073709551615")", "18446744073709551615"},
       {"9007199254740992", "9007199254740992"},
-      {"9007199254740993", nullptr},  // a double rounds it
-      {"18446744073709551615", nullptr},
+      {"9007199254740993", "9007199254740993"},  // read from its digits, not from its double
+      {"18446744073709551615", "18446744073709551615"},
+      {"18446744073709551616", nullptr},
       {R"(" 5")", nullptr},
       {R"("+5")", nullptr},
       {"5.0", nullptr},
@@ -166,8 +179,7 @@ TEST_F(SimServerTest, StateFilesAndScriptsTakeIntegersExactlyAsWritten) {
     std::string stub = R"({"ctl":"stub","op":"openapiStatGet","count":1,"answer":{"rc":0,"out":[)";
     EXPECT_EQ(outcome(server, stub + c.written + "]}}") == "ok", c.taken != nullptr);
     if (c.taken) {
-      EXPECT_EQ(server.answer(R"({"op":"openapiStatGet","args":["2","5",null]})"),
-                std::string(R"({"rc":0,"out":[")") + c.taken + "\"]}");
+      EXPECT_EQ(server.answer(R"({"op":"openapiStatGet","in":[2,5]})"), std::string(R"({"rc":0,"out":[)") + c.taken + "]}");
     }
   }
 }
@@ -177,12 +189,12 @@ TEST_F(SimServerTest, ResetRestoresTheDefaultSwitch) {
   std::string pristine = dumped();
   ASSERT_EQ(outcome(server, R"({"ctl":"fault","op":"openapiStatGet","rc":-20})"), "ok");
   ASSERT_EQ(sim::openapiInterfaceStatsReset(dev, 1), OPEN_E_NONE);
-  server.answer(R"({"op":"openapiStatGet","args":["2","5",null]})");
+  server.answer(R"({"op":"openapiStatGet","in":[2,5]})");
   ASSERT_EQ(outcome(server, R"({"ctl":"reset"})"), "ok");
   EXPECT_EQ(dispatcher.callLogLines(), "");
   EXPECT_EQ(dumped(), pristine);
-  EXPECT_EQ(server.answer(R"({"op":"openapiStatGet","args":["2","5",null]})"),
-            R"({"rc":0,"out":[")" + std::to_string(stat(ctr_rx_64, 5)) + R"("]})");
+  EXPECT_EQ(server.answer(R"({"op":"openapiStatGet","in":[2,5]})"),
+            R"({"rc":0,"out":[)" + std::to_string(stat(ctr_rx_64, 5)) + "]}");
 }
 
 TEST_F(SimServerTest, ServesClientsAndCleansUp) {
@@ -214,9 +226,27 @@ TEST_F(SimServerTest, ServesClientsAndCleansUp) {
   send(quitter, "{\"op\":\"openapiStat", 18, MSG_NOSIGNAL);
   close(quitter);  // gone in the middle of a request
   EXPECT_EQ(roundTrip(a, R"({"ctl":"ping"})"), R"({"ok":true})");
-  EXPECT_EQ(roundTrip(b, R"({"op":"openapiConnectivityCheck","args":[]})"), R"({"rc":0,"out":[]})");
+  EXPECT_EQ(roundTrip(b, R"({"op":"openapiConnectivityCheck","in":[]})"), R"({"rc":0,"out":[]})");
   EXPECT_EQ(roundTrip(a, "garbage").find("\"rc\":-22"), 1u);
-  EXPECT_EQ(roundTrip(a, R"({"op":"openapiVlanCreatedCheck","args":["1"]})"), R"({"rc":0,"out":[]})");
+  // A frame and a line in one write, each answered in its own form.
+  uint32_t vlan = 1;
+  void *objects[] = {&vlan};
+  WireBuffer encoded, reply;
+  wireEncodeRequest(encoded, OPEN_OPID_openapiVlanCreatedCheck, objects);
+  wireEncodeReply(reply, OPEN_E_NONE, nullptr);
+  std::string frame(encoded.view()), answered(reply.view());
+  ASSERT_EQ(send(a, (frame + "{\"ctl\":\"ping\"}\n").data(), frame.size() + 15, MSG_NOSIGNAL),
+            static_cast<ssize_t>(frame.size() + 15));
+  EXPECT_EQ(receive(a, answered.size()), answered);
+  EXPECT_EQ(roundTrip(a, ""), R"({"ok":true})") << "the line that followed the frame";
+  // A frame header that is none leaves no next request to find: refused, and the connection ends.
+  std::string bad = frame;
+  bad[4] = bad[5] = bad[6] = bad[7] = static_cast<char>(0xFF);
+  WireBuffer refusalFrame;
+  wireEncodeReply(refusalFrame, OPEN_E_PARAM, nullptr);
+  std::string refusal(refusalFrame.view());
+  ASSERT_EQ(send(b, bad.data(), bad.size(), MSG_NOSIGNAL), static_cast<ssize_t>(bad.size()));
+  EXPECT_EQ(receive(b, refusal.size() + 1), refusal);
 
   server.stop();  // with clients still connected
   serving.join();
