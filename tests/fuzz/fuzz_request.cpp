@@ -6,20 +6,15 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "cgi/httpd.h"
-#include "log/log.h"
-#include "routes/families.h"
 #include "tests/fuzz/cgi_answer.h"
 #include "tests/fuzz/cgi_run.h"
-#include "tests/fuzz/in_process_switch.h"
+#include "tests/fuzz/in_process_program.h"
 #include "tests/fuzz/request_input.h"
 #include "tests/fuzz/route_list.h"
-#include "tests/fuzz/sandbox.h"
 #include "tools/common.h"
 
 namespace {
@@ -28,14 +23,11 @@ constexpr size_t kMaxScriptLines = 8;
 // The web server passes the length of the body it received, which its own
 // request limit bounds; a larger claim would only test the allocator.
 constexpr long long kMaxContentLength = 64ll << 20;
-constexpr int kLogFacilityUser = 8;
 
 struct Harness {
-  FuzzSandbox sandbox;
-  InProcessSwitch sim;
-  httpdTable *table = nullptr;
-  std::vector<RouteRef> routes;
-  std::unique_ptr<DirTreeGuard> tree;
+  routetest::InProcessProgram &program = routetest::InProcessProgram::get();
+  std::vector<RouteRef> routes = listRoutes(program.table());
+  DirTreeGuard tree{program.table()};
 };
 
 // Never freed: the simulator's threads serve from it until the process ends.
@@ -65,46 +57,11 @@ void exitDuringRequest() {
   abort();
 }
 
-void removeSandbox() {
-  if (harness != nullptr) harness->sandbox.remove();
-}
-
-bool startProgram(Harness &h, std::string &error) {
-  logInit(LOG_MODE_FILE, kLogFacilityUser, "vexo_cgi");
-  if (initHandler("monitoring_v2.cgi", &clientHandle) != 0) {
-    error = "the OpEN client cannot reach the simulated switch";
-    return false;
-  }
-  h.table = httpdCreateTable();
-  if (h.table == nullptr) {
-    error = "cannot create the route table";
-    return false;
-  }
-  registerAllRoutes(h.table);
-  h.routes = listRoutes(h.table);
-  h.tree = std::make_unique<DirTreeGuard>(h.table);
-  return !h.routes.empty();
-}
-
-bool startHarness(Harness &h, std::string &error) {
-  if (!h.sandbox.create("fuzz-request", error)) return false;
-  atexit(removeSandbox);
-  atexit(exitDuringRequest);
-  std::string socket = h.sandbox.path("/opensim.sock");
-  setenv("MONITORING_ROOT", h.sandbox.root().c_str(), 1);
-  setenv("OPEN_RPC_SOCKET", socket.c_str(), 1);
-  return h.sim.start(socket, error) && startProgram(h, error);
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
   harness = new Harness;
-  std::string error;
-  if (!startHarness(*harness, error)) {
-    fprintf(stderr, "fuzz_request: %s\n", error.c_str());
-    exit(1);
-  }
+  atexit(exitDuringRequest);
   return 0;
 }
 
@@ -114,13 +71,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   const RouteRef &route = harness->routes[request.route % harness->routes.size()];
   CgiEnvironment env = environmentFor(request, route);
   if (claimsHugeBody(env.contentLength)) return 0;
-  if (request.has(request_flags::kScriptField)) harness->sim.script(request.script, kMaxScriptLines);
-  harness->sandbox.writeSessions();
+  routetest::InProcessProgram &program = harness->program;
+  if (request.has(request_flags::kScriptField)) program.sim().script(request.script, kMaxScriptLines);
+  program.sandbox().writeSessions();
   applyEnvironment(env);
-  std::string answer = captureRequest(harness->table, request.body, inRequest);
+  std::string answer = captureRequest(program.table(), request.body, inRequest);
   if (const char *problem = cgiAnswerProblem(answer, env.uri.value_or(""))) fail(problem, env, request.body, answer);
   if (clientHandle.stalled) fail("the simulated switch did not answer within the client's time", env, request.body, answer);
-  harness->tree->restore();
-  harness->sim.reset();
+  harness->tree.restore();
+  program.sim().reset();
   return 0;
 }

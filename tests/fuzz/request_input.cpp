@@ -49,18 +49,3 @@ bool decodeRequest(const uint8_t *data, size_t size, FuzzRequest &request) {
   request.body.assign(at, end);
   return true;
 }
-
-std::string encodeRequest(const FuzzRequest &request) {
-  std::string input;
-  input += static_cast<char>(request.route & 0xFF);
-  input += static_cast<char>(request.route >> 8);
-  input += static_cast<char>(request.flags);
-  input += request.query;
-  input += '\0';
-  for (const OptionalField &field : kOptionalFields) {
-    if (!isPresent(request, field)) continue;
-    input += request.*field.member;
-    input += '\0';
-  }
-  return input + request.body;
-}

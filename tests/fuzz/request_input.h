@@ -38,5 +38,3 @@ struct FuzzRequest {
 
 // False when the input is too short to name a route.
 bool decodeRequest(const uint8_t *data, size_t size, FuzzRequest &request);
-// The input that decodes to `request`; fields must hold no NUL byte.
-std::string encodeRequest(const FuzzRequest &request);

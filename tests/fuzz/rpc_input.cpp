@@ -21,13 +21,3 @@ bool decodeRpcInput(const uint8_t *data, size_t size, RpcInput &input) {
   input.text.assign(reinterpret_cast<const char *>(data) + header, size - header);
   return true;
 }
-
-std::string encodeRpcInput(const RpcInput &input) {
-  std::string encoded(1, static_cast<char>(input.entry));
-  if (namesOperation(input.entry)) {
-    encoded += static_cast<char>(input.op & 0xFF);
-    encoded += static_cast<char>(input.op >> 8);
-    encoded += static_cast<char>(input.capacityByte);
-  }
-  return encoded + input.text;
-}

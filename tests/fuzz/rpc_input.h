@@ -34,4 +34,3 @@ struct RpcInput {
 
 // False when the input is too short for its entry point.
 bool decodeRpcInput(const uint8_t *data, size_t size, RpcInput &input);
-std::string encodeRpcInput(const RpcInput &input);

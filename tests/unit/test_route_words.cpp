@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "tests/unit/in_process_program.h"
+#include "tests/fuzz/in_process_program.h"
 #include "tools/raii.h"
 
 namespace {

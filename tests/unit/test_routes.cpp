@@ -19,7 +19,7 @@
 #include "cgi/httpd.h"
 #include "open/opdesc.h"
 #include "routes/families.h"
-#include "tests/unit/in_process_program.h"
+#include "tests/fuzz/in_process_program.h"
 #include "tools/openapi/open_names.h"
 #include "tools/openapi/schema.h"
 #include "tools/raii.h"

@@ -1,4 +1,4 @@
-#include "tests/unit/in_process_program.h"
+#include "tests/fuzz/in_process_program.h"
 
 #include <cjson/cJSON.h>
 
@@ -40,13 +40,13 @@ InProcessProgram &InProcessProgram::get() {
 }
 
 bool InProcessProgram::start(std::string &error) {
-  if (!sandbox_.create("routes-test", error)) return false;
+  if (!sandbox_.create("in-process", error)) return false;
   atexit(removeAtExit);
   std::string socket = sandbox_.path("/opensim.sock");
   setenv("MONITORING_ROOT", sandbox_.root().c_str(), 1);
   setenv("OPEN_RPC_SOCKET", socket.c_str(), 1);
   if (!sim_.start(socket, error)) return false;
-  logInit(LOG_MODE_FILE, kLogFacilityUser, "routes-test");
+  logInit(LOG_MODE_FILE, kLogFacilityUser, "vexo_cgi");
   if (initHandler("monitoring_v2.cgi", &clientHandle) != 0) {
     error = "the OpEN client cannot reach the simulated switch";
     return false;

@@ -1,7 +1,7 @@
 #pragma once
 // The program answering requests inside the test process, its OpEN calls
-// served by the simulated switch from a thread, as the request fuzzer runs
-// it: fast enough to ask every route several things.
+// served by the simulated switch from a thread: fast enough to ask every
+// route several things, or a fuzzer millions.
 #include <string>
 #include <vector>
 
@@ -25,6 +25,8 @@ class InProcessProgram {
 
   InProcessSwitch &sim() { return sim_; }
   SimDispatcher &dispatcher() { return sim_.dispatcher(); }
+  const FuzzSandbox &sandbox() const { return sandbox_; }
+  httpdTable *table() { return table_; }
   // As the web server starts the program for one request of an administrator.
   Answer request(const std::string &method, const std::string &path, const std::string &query, const std::string &body);
   // The call log's lines whose operation is `op` (every line for "").
