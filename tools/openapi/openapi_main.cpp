@@ -291,7 +291,7 @@ cJSON *envelopeOf(const route::Route &row) {
   if (cJSON_GetArraySize(cJSON_GetObjectItemCaseSensitive(data.get(), "properties")) > 0) {
     const char *dataKey = row.answering->family->dataKey;
     cJSON *properties = cJSON_GetObjectItemCaseSensitive(success, "properties");
-    cJSON_DetachItemFromObject(properties, "resp");
+    cJSON_DeleteItemFromObject(properties, "resp");
     cJSON_AddItemToObject(properties, dataKey, data.release());
     cJSON_AddItemToObject(properties, "resp", ref("#/components/schemas/Success"));
     if (alwaysShown) cJSON_AddItemToArray(cJSON_GetObjectItemCaseSensitive(success, "required"), cJSON_CreateString(dataKey));
