@@ -1,25 +1,24 @@
 #include "tests/e2e/harness.h"
 
-#include <dirent.h>
 #include <fcntl.h>
-#include <poll.h>
 #include <signal.h>
-#include <sys/syscall.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include <chrono>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
 
 #include <cjson/cJSON.h>
 
 namespace {
+
+namespace fs = std::filesystem;
 
 const std::string kBin = BIN_DIR;
 
@@ -33,56 +32,35 @@ constexpr int kSanitizerExit = 86;
 
 // Waits for a child at most limitMs, then kills it. False when it was killed.
 bool waitBounded(pid_t pid, int &status, int limitMs) {
-  bool ended = false;
-  // Through syscall(): glibc 2.36's header declares pidfd_open without C linkage.
-  int fd = static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
-  if (fd >= 0) {
-    pollfd ready{fd, POLLIN, 0};
-    int rc;
-    while ((rc = poll(&ready, 1, limitMs)) < 0 && errno == EINTR) {
-    }
-    close(fd);
-    ended = rc > 0;
-  } else {
-    for (int waited = 0; waited < limitMs && !ended; ++waited) {
-      if (waitpid(pid, &status, WNOHANG) == pid) return true;
-      usleep(1000);
-    }
+  auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(limitMs);
+  while (std::chrono::steady_clock::now() < deadline) {
+    if (waitpid(pid, &status, WNOHANG) == pid) return true;
+    usleep(1000);
   }
-  if (!ended) kill(pid, SIGKILL);
-  while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-  }
-  return ended;
+  kill(pid, SIGKILL);
+  waitpid(pid, &status, 0);
+  return false;
 }
 
-std::vector<std::string> wordsOf(const char *text) {
-  std::vector<std::string> words;
-  std::string word;
-  for (const char *c = text; c != nullptr && *c != '\0'; ++c) {
-    if (*c != ' ') {
-      word += *c;
-    } else if (!word.empty()) {
-      words.push_back(word);
-      word.clear();
-    }
-  }
-  if (!word.empty()) words.push_back(word);
-  return words;
+std::string slurp(const std::string &path) {
+  std::ostringstream data;
+  data << std::ifstream(path).rdbuf();
+  return data.str();
 }
 
-// The CGI under test: the one built beside these tests, or the program that
-// MONITORING_CGI names (a cross build), started through the command in
-// MONITORING_CGI_RUNNER (an emulator) when that is set.
+// The CGI under test: the one built beside these tests, or MONITORING_CGI (a cross build), started
+// through the command in MONITORING_CGI_RUNNER (an emulator) when that is set.
 std::vector<std::string> cgiCommand() {
-  std::vector<std::string> argv = wordsOf(getenv("MONITORING_CGI_RUNNER"));
-  const char *cgi = getenv("MONITORING_CGI");
+  const char *runner = getenv("MONITORING_CGI_RUNNER"), *cgi = getenv("MONITORING_CGI");
+  std::vector<std::string> argv;
+  std::istringstream words(runner != nullptr ? runner : "");
+  for (std::string word; words >> word;) argv.push_back(word);
   argv.push_back(cgi != nullptr && *cgi != '\0' ? cgi : kBin + "/monitoring_v2.cgi");
   return argv;
 }
 
-// Sanitizer reports of every spawned process land in the sandbox, where
-// TearDown finds them; stderr stays the program's own. Options that the
-// tests were started with come first, so that these win.
+// Sanitizer reports of every spawned process land in the sandbox, where TearDown finds them, not in
+// the program's stderr. Options that the tests were started with come first, so that these win.
 std::vector<std::string> sanitizerEnv(const std::string &reports) {
   std::string ours = "log_path=" + reports + "/report:exitcode=" + std::to_string(kSanitizerExit);
   std::vector<std::string> env;
@@ -93,60 +71,40 @@ std::vector<std::string> sanitizerEnv(const std::string &reports) {
   return env;
 }
 
-std::string readAll(int fd) {
-  std::string data;
-  char chunk[4096];
-  ssize_t got;
-  while ((got = read(fd, chunk, sizeof chunk)) > 0 || (got < 0 && errno == EINTR)) {
-    if (got > 0) data.append(chunk, static_cast<size_t>(got));
-  }
-  return data;
-}
-
-std::string tempFile(const std::string &root, const char *name) { return root + "/" + name; }
-
-std::string commandLine(const std::vector<std::string> &argv) {
-  std::string line;
-  for (const std::string &word : argv) line += (line.empty() ? "" : " ") + word;
-  return line;
-}
-
-// Runs argv with env additions, feeding `input`; waits and collects everything.
-ProcessResult runProcess(const std::vector<std::string> &argv, const std::vector<std::string> &env,
-                         const std::string &input, const std::string &scratch) {
-  std::string inPath = tempFile(scratch, "stdin"), outPath = tempFile(scratch, "stdout"),
-              errPath = tempFile(scratch, "stderr");
-  FILE *in = fopen(inPath.c_str(), "w");
-  fwrite(input.data(), 1, input.size(), in);
-  fclose(in);
+// Starts argv with exactly env, its standard streams on these files.
+pid_t spawn(const std::vector<std::string> &argv, const std::vector<std::string> &env, const std::string &in,
+            const std::string &out, const std::string &err, int errMode) {
+  std::vector<char *> args, envp;
+  for (const std::string &a : argv) args.push_back(const_cast<char *>(a.c_str()));
+  for (const std::string &e : env) envp.push_back(const_cast<char *>(e.c_str()));
+  args.push_back(nullptr);
+  envp.push_back(nullptr);
   pid_t pid = fork();
   if (pid == 0) {
-    int inFd = open(inPath.c_str(), O_RDONLY), outFd = open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600),
-        errFd = open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    dup2(inFd, 0);
-    dup2(outFd, 1);
-    dup2(errFd, 2);
-    std::vector<char *> args, envp;
-    for (const std::string &a : argv) args.push_back(const_cast<char *>(a.c_str()));
-    args.push_back(nullptr);
-    for (const std::string &e : env) envp.push_back(const_cast<char *>(e.c_str()));
-    envp.push_back(nullptr);
+    dup2(open(in.c_str(), O_RDONLY), 0);
+    dup2(open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), 1);
+    dup2(open(err.c_str(), O_WRONLY | O_CREAT | errMode, 0600), 2);
     // Searched on the tests' PATH: a runner may be named without its directory.
     execvpe(args[0], args.data(), envp.data());
     _exit(127);
   }
+  return pid;
+}
+
+// Runs argv, feeding `input`; waits and collects everything.
+ProcessResult runProcess(const std::vector<std::string> &argv, const std::vector<std::string> &env,
+                         const std::string &input, const std::string &scratch) {
+  std::ofstream(scratch + "/stdin") << input;
+  pid_t pid = spawn(argv, env, scratch + "/stdin", scratch + "/stdout", scratch + "/stderr", O_TRUNC);
+  std::string command;
+  for (const std::string &word : argv) command += word + " ";
   int status = 0;
   if (!waitBounded(pid, status, kProcessLimitMs)) {
-    ADD_FAILURE() << commandLine(argv) << " ran longer than " << kProcessLimitMs / 1000 << " s and was killed";
+    ADD_FAILURE() << command << "ran longer than " << kProcessLimitMs / 1000 << " s and was killed";
   }
-  ProcessResult result;
-  int outFd = open(outPath.c_str(), O_RDONLY), errFd = open(errPath.c_str(), O_RDONLY);
-  result.out = readAll(outFd);
-  result.err = readAll(errFd);
-  close(outFd);
-  close(errFd);
-  result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  if (result.status == kSanitizerExit) ADD_FAILURE() << commandLine(argv) << " was stopped by a sanitizer:\n" << result.err;
+  ProcessResult result{slurp(scratch + "/stdout"), slurp(scratch + "/stderr"),
+                       WIFEXITED(status) ? WEXITSTATUS(status) : -1};
+  if (result.status == kSanitizerExit) ADD_FAILURE() << command << "was stopped by a sanitizer:\n" << result.err;
   return result;
 }
 
@@ -160,28 +118,9 @@ bool socketAnswers(const std::string &path) {
   return ok;
 }
 
-void makeDirs(const std::string &path) {
-  for (size_t at = 1; (at = path.find('/', at)) != std::string::npos; ++at) mkdir(path.substr(0, at).c_str(), 0755);
-  mkdir(path.c_str(), 0755);
-}
-
-std::string queryOf(const std::string &uri) {
-  size_t at = uri.find('?');
-  return at == std::string::npos ? "" : uri.substr(at + 1);
-}
-
 }  // namespace
 
-const std::string kJsonHeader = "Content-Type: application/json\r\n\r\n";
-
-long systemUptime() {
-  timespec now{};
-  clock_gettime(CLOCK_BOOTTIME, &now);
-  return now.tv_sec;
-}
-
-std::string envelope(int code, const std::string &message, const std::string &dataKey,
-                     const std::string &dataJson) {
+std::string reply(int code, const std::string &message, const std::string &dataKey, const std::string &dataJson) {
   cJSON *root = cJSON_CreateObject();
   if (!dataKey.empty()) cJSON_AddItemToObject(root, dataKey.c_str(), cJSON_Parse(dataJson.c_str()));
   cJSON *resp = cJSON_AddObjectToObject(root, "resp");
@@ -189,7 +128,7 @@ std::string envelope(int code, const std::string &message, const std::string &da
   cJSON_AddStringToObject(resp, "respMsg", message.c_str());
   cJSON_AddStringToObject(resp, "status", code == 0 ? "success" : "fail");
   char *text = cJSON_Print(root);
-  std::string result = text;
+  std::string result = "Content-Type: application/json\r\n\r\n" + std::string(text);
   free(text);
   cJSON_Delete(root);
   return result;
@@ -199,37 +138,23 @@ void SwitchTest::SetUp() {
   char pattern[] = "/tmp/mon-e2e-XXXXXX";
   ASSERT_NE(mkdtemp(pattern), nullptr);
   root_ = pattern;
-  makeDirs(root_ + "/tmp/session");
-  makeDirs(root_ + "/mnt/application/vexo/tmp");
-  makeDirs(root_ + "/scratch");
-  makeDirs(root_ + "/sanitizer");
+  for (const char *dir : {"/tmp/session", "/mnt/application/vexo/tmp", "/scratch", "/sanitizer"}) {
+    fs::create_directories(root_ + dir);
+  }
   socket_ = root_ + "/opensim.sock";
   startDaemon();
   adminSession_ = login("admin", "");
 }
 
 void SwitchTest::startDaemon() {
-  std::string bin = kBin + "/opensimd", state = root_ + "/switch-state.json", log = root_ + "/opensimd.stderr";
   std::vector<std::string> env = sanitizerEnv(root_ + "/sanitizer");
   for (char **e = environ; *e != nullptr; ++e) {
-    if (strncmp(*e, "ASAN_OPTIONS=", 13) != 0 && strncmp(*e, "UBSAN_OPTIONS=", 14) != 0 &&
-        strncmp(*e, "LSAN_OPTIONS=", 13) != 0) {
-      env.push_back(*e);
-    }
+    std::string var = *e;
+    if (!var.substr(0, var.find('=')).ends_with("SAN_OPTIONS")) env.push_back(var);
   }
-  std::vector<char *> envp;
-  for (std::string &e : env) envp.push_back(e.data());
-  envp.push_back(nullptr);
-  pid_t pid = fork();
-  if (pid == 0) {
-    // Appended to, so that the log of a daemon restarted within a test keeps the first one's.
-    int err = open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
-    dup2(err, 2);
-    const char *argv[] = {bin.c_str(), "--socket", socket_.c_str(), "--state", state.c_str(), nullptr};
-    execve(bin.c_str(), const_cast<char **>(argv), envp.data());
-    _exit(127);
-  }
-  daemonPid_ = pid;
+  // Appended to, so that the log of a daemon restarted within a test keeps the first one's.
+  daemonPid_ = spawn({kBin + "/opensimd", "--socket", socket_, "--state", root_ + "/switch-state.json"}, env,
+                     "/dev/null", "/dev/null", root_ + "/opensimd.stderr", O_APPEND);
   for (int i = 0; i < 500 && !socketAnswers(socket_); ++i) usleep(10000);
   ASSERT_TRUE(socketAnswers(socket_)) << "opensimd did not come up:\n" << readFile("/opensimd.stderr");
 }
@@ -246,121 +171,76 @@ void SwitchTest::stopDaemon() {
   }
 }
 
-// Every report that a sanitizer wrote for a process this test started: the
-// process may have answered correctly all the same.
-void SwitchTest::expectNoSanitizerReports() {
-  std::string dir = root_ + "/sanitizer";
-  DIR *reports = opendir(dir.c_str());
-  if (reports == nullptr) return;
-  while (const dirent *entry = readdir(reports)) {
-    if (entry->d_name[0] == '.') continue;
-    ADD_FAILURE() << "sanitizer report " << entry->d_name << ":\n" << readFile("/sanitizer/" + std::string(entry->d_name));
-  }
-  closedir(reports);
-}
-
+// A process may have answered correctly all the same: every report a
+// sanitizer wrote for a process of this test fails it.
 void SwitchTest::TearDown() {
   stopDaemon();
-  expectNoSanitizerReports();
-  if (!HasFailure() && !root_.empty()) {
-    std::string command = "rm -rf '" + root_ + "'";
-    if (system(command.c_str()) != 0) ADD_FAILURE() << "could not remove " << root_;
+  std::error_code none;  // no sandbox when SetUp failed
+  for (const fs::directory_entry &report : fs::directory_iterator(root_ + "/sanitizer", none)) {
+    ADD_FAILURE() << "sanitizer report " << report.path().filename() << ":\n" << slurp(report.path());
   }
+  if (!HasFailure() && !root_.empty()) fs::remove_all(root_);
 }
 
-std::string SwitchTest::login(const std::string &user, const std::string &privilege, std::optional<long> stamp) {
+std::string SwitchTest::login(const std::string &user, const std::string &privilege, long age) {
   static int counter = 0;
   std::string id = "s" + std::to_string(getpid()) + "x" + std::to_string(++counter);
-  std::string content = user + "\n" + std::to_string(stamp.value_or(systemUptime())) + "\n";
-  if (user != "admin") content += privilege + "\n";
-  FILE *file = fopen((root_ + "/tmp/session/" + id).c_str(), "w");
-  fputs(content.c_str(), file);
-  fclose(file);
+  timespec uptime{};
+  clock_gettime(CLOCK_BOOTTIME, &uptime);
+  std::ofstream(root_ + "/tmp/session/" + id)
+      << user << "\n" << uptime.tv_sec - age << "\n" << (user != "admin" ? privilege + "\n" : "");
   return id;
 }
 
 ProcessResult SwitchTest::cgi(const CgiRequest &request) {
+  size_t query = request.uri.find('?');
   std::vector<std::string> env = {"MONITORING_ROOT=" + (request.root.empty() ? root_ : request.root),
                                   "OPEN_RPC_SOCKET=" + (request.socket.empty() ? socket_ : request.socket),
-                                  "REQUEST_URI=" + request.uri, "QUERY_STRING=" + queryOf(request.uri)};
+                                  "REQUEST_URI=" + request.uri,
+                                  "QUERY_STRING=" + (query == std::string::npos ? "" : request.uri.substr(query + 1))};
   if (!request.method.empty()) env.push_back("REQUEST_METHOD=" + request.method);
   if (request.session) env.push_back(std::string("HTTP_SESSION=") + request.session);
-  if (request.refresh) env.push_back(std::string("HTTP_REFRESH=") + request.refresh);
   for (const std::string &e : sanitizerEnv(root_ + "/sanitizer")) env.push_back(e);
-  if (request.contentLength) {
-    env.push_back(std::string("CONTENT_LENGTH=") + request.contentLength);
-  } else if (request.method == "POST" || request.method == "PUT") {
+  if (request.method == "POST" || request.method == "PUT") {
     env.push_back("CONTENT_LENGTH=" + std::to_string(request.body.size()));
   }
   return runProcess(cgiCommand(), env, request.body, root_ + "/scratch");
 }
 
-ProcessResult SwitchTest::cgiAs(const char *session, const std::string &method, const std::string &uri) {
-  CgiRequest request;
-  request.method = method;
-  request.uri = uri;
-  request.session = session;
-  return cgi(request);
-}
-
 ProcessResult SwitchTest::call(const std::string &method, const std::string &uri, const std::string &body) {
-  CgiRequest request;
-  request.method = method;
-  request.uri = uri;
-  request.body = body;
-  request.session = adminSession_.c_str();
-  return cgi(request);
+  return cgi({.method = method, .uri = uri, .body = body, .session = adminSession_.c_str()});
 }
 
-ProcessResult SwitchTest::ctl(const std::vector<std::string> &args) {
+std::string SwitchTest::ctlOk(const std::vector<std::string> &args) {
   std::vector<std::string> argv = {kBin + "/opensimctl", "--socket", socket_};
   argv.insert(argv.end(), args.begin(), args.end());
-  return runProcess(argv, sanitizerEnv(root_ + "/sanitizer"), "", root_ + "/scratch");
-}
-
-void SwitchTest::ctlOk(const std::vector<std::string> &args) {
-  ProcessResult result = ctl(args);
-  ASSERT_EQ(result.status, 0) << result.err;
+  ProcessResult result = runProcess(argv, sanitizerEnv(root_ + "/sanitizer"), "", root_ + "/scratch");
+  EXPECT_EQ(result.status, 0) << result.err;
+  return result.out;
 }
 
 std::vector<std::string> SwitchTest::calls() {
-  ProcessResult result = ctl({"calls"});
   std::vector<std::string> lines;
-  size_t start = 0, end;
-  while ((end = result.out.find('\n', start)) != std::string::npos) {
-    lines.push_back(result.out.substr(start, end - start));
-    start = end + 1;
-  }
+  std::istringstream log(ctlOk({"calls"}));
+  for (std::string line; std::getline(log, line);) lines.push_back(line);
   return lines;
 }
 
 std::vector<std::string> SwitchTest::callsOf(const std::string &op) {
-  std::vector<std::string> selected;
-  for (const std::string &line : calls()) {
-    if (line.find("\"op\":\"" + op + "\"") != std::string::npos) selected.push_back(line);
-  }
-  return selected;
+  std::vector<std::string> lines = calls();
+  std::erase_if(lines, [&](const std::string &l) { return l.find("\"op\":\"" + op + "\"") == std::string::npos; });
+  return lines;
 }
 
-std::string SwitchTest::readFile(const std::string &relative) {
-  FILE *file = fopen((root_ + relative).c_str(), "r");
-  if (file == nullptr) return "";
-  std::string data;
-  char chunk[4096];
-  size_t got;
-  while ((got = fread(chunk, 1, sizeof chunk, file)) > 0) data.append(chunk, got);
-  fclose(file);
-  return data;
-}
+std::string SwitchTest::readFile(const std::string &relative) { return slurp(root_ + relative); }
 
 void SwitchTest::expectRoutes(const std::string &dir, const std::string &dataKey, const std::vector<RouteCase> &cases) {
   for (const RouteCase &c : cases) {
     SCOPED_TRACE(std::string(c.method) + " " + c.uri);
     ctlOk({"reset"});
     ctlOk({"stub", c.op, R"({"rc":0,"out":)" + c.out + "}"});
-    ProcessResult result = call(c.method, dir + "/" + c.uri, c.body);
-    std::string expected = kJsonHeader + envelope(0, "Success", c.data.empty() ? "" : dataKey, c.data);
-    EXPECT_EQ(result.out, expected + (c.newline ? "\n" : ""));
+    EXPECT_EQ(call(c.method, dir + "/" + c.uri, c.body).out,
+              c.data.empty() ? reply(0, "Success") + "\n" : reply(0, "Success", dataKey, c.data));
     std::vector<std::string> logged = callsOf(c.op);
     ASSERT_EQ(logged.size(), 1u);
     EXPECT_EQ(logged[0], R"({"op":")" + std::string(c.op) + R"(","in":)" + c.in + R"(,"rc":0})");
