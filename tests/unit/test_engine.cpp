@@ -1,7 +1,6 @@
-// The route engine's compile-time check: a row's bindings must fit the
-// OpEN function it calls, argument by argument. These are static
-// assertions: the unit tests do not build when the check goes wrong.
-// Then the bounds of the walks over OpEN tables.
+// A row's bindings must fit the OpEN function it calls, argument by argument:
+// static assertions, so that the unit tests do not build when the check goes
+// wrong. Then the bounds of the walks over OpEN tables.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -25,30 +24,23 @@ static_assert(!callFits(Call{open<rpcclt_openapiStatReset>, {query("c"), query("
 static_assert(!callFits(Call{open<rpcclt_openapiStatGet>, {query("c"), out("v"), query("i")}}));
 static_assert(!callFits(Call{open<rpcclt_openapiStatGet>, {query("c"), query("i"), query("v")}}));
 static_assert(!callFits(Call{open<rpcclt_openapiStatStringGet>, {query("c"), query("i"), out("v")}}));
-static_assert(!callFits(Call{open<rpcclt_openapiSflowSourceIpv6AddrGet>, {record<open_revision_data_t>(nullptr, nullptr, "v")}}));
+static_assert(!callFits(
+    Call{open<rpcclt_openapiSflowSourceIpv6AddrGet>, {record<open_revision_data_t>(nullptr, nullptr, "v")}}));
 static_assert(callFits(Call{open<rpcclt_openapiSflowSourceIpv6AddrGet>, {outIpv6("v")}}));
 
-}  // namespace
-
-// ---- Walks over OpEN tables ----
-
-namespace {
-
-// A table as OpEN hands it out: `answers` are the keys that the first call
-// and each next call give, a call past them fails; an endless table answers
-// every next call with the key after the one asked about.
-struct WalkCase {
-  const char *name;
-  std::vector<uint32_t> answers;
-  bool endless;
-  uint32_t limit;
-  uint32_t stopAt;  // the visitor asks to stop after this key; 0 never
-  std::vector<uint32_t> visited;
-  int calls;
-};
-
+// `answers` are the keys the first call and each next call give, a call past
+// them fails; an endless table answers every next call with the key after the
+// one asked about. The visitor asks to stop after `stopAt` (0: never).
 TEST(WalkTest, EndsWithTheTableAtAKeyThatDoesNotAdvanceAndAtItsBound) {
-  const WalkCase cases[] = {
+  const struct {
+    const char *name;
+    std::vector<uint32_t> answers;
+    bool endless;
+    uint32_t limit;
+    uint32_t stopAt;
+    std::vector<uint32_t> visited;
+    int calls;
+  } cases[] = {
       {"whole table", {3, 5, 9}, false, 100, 0, {3, 5, 9}, 4},
       {"empty table", {}, false, 100, 0, {}, 1},
       {"key stands still", {3, 5, 5, 7}, false, 100, 0, {3, 5}, 3},
@@ -56,26 +48,21 @@ TEST(WalkTest, EndsWithTheTableAtAKeyThatDoesNotAdvanceAndAtItsBound) {
       {"visitor stops", {3, 5, 9}, false, 100, 5, {3, 5}, 2},
       {"endless table", {1}, true, 4, 0, {1, 2, 3, 4}, 4},
   };
-  for (const WalkCase &c : cases) {
+  for (const auto &c : cases) {
     SCOPED_TRACE(c.name);
     int calls = 0;
     auto answer = [&](uint32_t asked, uint32_t *key) {
       size_t at = static_cast<size_t>(calls++);
-      if (c.endless && at > 0) {
-        *key = asked + 1;
-        return OPEN_E_NONE;
-      }
-      if (at >= c.answers.size()) return OPEN_E_NOT_FOUND;
-      *key = c.answers[at];
+      bool counting = c.endless && at > 0;
+      if (!counting && at >= c.answers.size()) return OPEN_E_NOT_FOUND;
+      *key = counting ? asked + 1 : c.answers[at];
       return OPEN_E_NONE;
     };
     std::vector<uint32_t> visited;
-    route::walkAscending(
-        c.limit, [&](uint32_t *key) { return answer(0, key); }, answer,
-        [&](uint32_t key) {
-          visited.push_back(key);
-          return key != c.stopAt;
-        });
+    route::walkAscending(c.limit, [&](uint32_t *key) { return answer(0, key); }, answer, [&](uint32_t key) {
+      visited.push_back(key);
+      return key != c.stopAt;
+    });
     EXPECT_EQ(visited, c.visited);
     EXPECT_EQ(calls, c.calls);
   }
