@@ -14,6 +14,9 @@ TEST_F(StatsTest, CountersKeepTheirWidth) {
        R"({"counterValue":9007199254740992})"},
       {"GET", "stat-string?ifNum=2&counterId=ctr_port_link_down_counter", "", "openapiStatStringGet",
        R"(["18446744073709551615"])", "[64,2]", R"({"counterValueStr":"18446744073709551615"})"},
+      // Its buffer keeps 20 characters.
+      {"GET", "stat-string?ifNum=2&counterId=ctr_rx_64", "", "openapiStatStringGet", R"(["123456789012345678901234"])",
+       "[2,2]", R"({"counterValueStr":"12345678901234567890"})"},
       {"GET", "interface-stats-reset-time?ifNum=4294967295", "", "openapiInterfaceStatsResetTimeGet", "[4000000000]",
        "[4294967295]", R"({"lastResetSecs":4000000000})"},
   });
