@@ -1,50 +1,36 @@
 #pragma once
-// The arguments of one OpEN operation laid out as its client stub passes
-// them: an argument vector of addresses, integer inputs by value, every
-// other argument through a pointer to an object of its exact size, buffer
-// descriptors (also inside records) pointing at heap blocks of exactly the
-// capacity they describe, so that the sanitizer sees any write past one.
+// The arguments of one OpEN operation laid out as its client stub passes them: integer inputs by value,
+// everything else through a pointer to an object of its exact size, every buffer descriptor (also in records)
+// pointing at a heap block of exactly its capacity, so that the sanitizer sees any write past one.
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "open/opdesc.h"
 
-// The capacity a fuzzer's byte gives every buffer: small sizes byte by byte,
-// then the sizes the routes use for texts, counter blocks and lists.
+// A fuzzer's byte as a capacity: small sizes byte by byte, then the sizes
+// the routes give texts, counter blocks and lists.
 uint32_t bufferCapacityOf(uint8_t byte);
 
 class ClientArgs {
  public:
   ClientArgs(const OpenOpDesc &op, uint32_t capacity);
-  ~ClientArgs();
-  ClientArgs(const ClientArgs &) = delete;
-  ClientArgs &operator=(const ClientArgs &) = delete;
 
   void *const *argv() const { return argv_.data(); }
-  // NULL while every buffer still points where it did and describes no more
-  // than its capacity; otherwise what changed.
+  // NULL while every descriptor points where it did, within its capacity.
   const char *buffersProblem() const;
   // The body of the answer frame that would bring these outputs.
   std::string replyBody(int32_t rc) const;
-  // The outputs in the written form of a scripted answer (opensimctl stub):
-  // {"rc": rc, "out": [...]}.
-  std::string scriptedAnswer(int32_t rc) const;
 
  private:
-  struct Buffer {
-    open_buffdesc *desc;
-    char *start;
-  };
-  void *allocate(size_t size);
-  void *objectFor(const OpenArgDesc &arg);
+  char *allocate(size_t size);
   void giveBuffers(OpenType type, void *object);
 
   const OpenOpDesc &op_;
   uint32_t capacity_;
-  std::vector<void *> blocks_;
-  std::vector<void *> slots_;   // where each pointer argument's pointer lives
-  std::vector<void *> argv_;
-  std::vector<void *> objects_;  // each argument's object
-  std::vector<Buffer> buffers_;
+  std::vector<std::unique_ptr<char[]>> blocks_;
+  std::vector<void *> slots_, argv_;  // slots_: each argument's object, a pointer argument's pointer to it
+  std::vector<std::pair<open_buffdesc *, char *>> buffers_;
 };

@@ -1,8 +1,5 @@
-// libFuzzer target: the OpEN wire frames from both ends, and the
-// simulator's lines: control commands and calls written by hand. The first byte picks the entry point (rpc_input.h); the
-// rest is the text it reads. Besides the sanitizers, each entry checks what
-// its reader promises (a reply the client can read, a stub that answers as
-// scripted, a load that is whole or nothing) and aborts when it does not.
+// libFuzzer target: the OpEN wire frames from both ends, and the simulator's lines (control commands, calls
+// written by hand), one entry point each (rpc_input.h); each aborts when its reader breaks a promise.
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -10,7 +7,6 @@
 
 #include "open/call_codec.h"
 #include "open/wire.h"
-#include "sim/control.h"
 #include "sim/device.h"
 #include "sim/dispatch.h"
 #include "sim/server.h"
@@ -25,12 +21,10 @@ namespace {
 // Long enough after boot for every default counter's history; frozen, so
 // that two dumps of the same state are the same text.
 constexpr int64_t kFrozenNanos = 200000 * kNanosPerSecond;
-// What the routes give most texts.
-constexpr uint32_t kRouteTextCapacity = 256;
+constexpr uint32_t kRouteTextCapacity = 256;  // what the routes give most texts
 
 struct Harness {
   FuzzSandbox sandbox;
-  std::string statePath;
   SimDevice device{[] { return kFrozenNanos; }};
   SimDispatcher dispatcher{device};
   std::unique_ptr<SimServer> server;  // answers lines; never listens
@@ -46,39 +40,26 @@ Harness *harness = nullptr;
   abort();
 }
 
-std::string printed(const cJSON *json) {
-  CText text(cJSON_PrintUnformatted(json));
+std::string dumpState() {
+  JsonPtr state(harness->device.toJson());
+  CText text(cJSON_PrintUnformatted(state.get()));
   return text ? text.get() : "";
 }
 
-std::string dumpState() {
-  JsonPtr state(harness->dispatcher.withSwitch([](SimDevice &sw) { return sw.toJson(); }));
-  return printed(state.get());
-}
-
-int loadState(const cJSON *state, std::string &error) {
-  return harness->dispatcher.withSwitch([&](SimDevice &sw) { return sw.fromJson(state, error); });
-}
-
-// The reply, decoded again after encoding what the first decode wrote, must
-// come out the same: the client reads what the server's encoder writes.
-void checkClientRoundTrip(const OpenOpDesc &op, uint32_t capacity, const ClientArgs &args, int32_t rc,
-                          const std::string &body) {
-  std::string again = args.replyBody(rc);
-  ClientArgs fresh(op, capacity);
-  int32_t rcAgain = openDecodeReply(op, fresh.argv(), again);
-  if (rcAgain != rc || fresh.replyBody(rc) != again) {
-    fail("reply", std::string(op.name) + ": the outputs do not survive encoding and decoding", body);
-  }
-}
-
+// What the client takes stays within its buffers and, encoded again, is read
+// back the same: the client reads what the server's encoder writes.
 void clientReply(const RpcInput &input) {
   const OpenOpDesc &op = input.operation();
   uint32_t capacity = bufferCapacityOf(input.capacityByte);
   ClientArgs args(op, capacity);
   int32_t rc = openDecodeReply(op, args.argv(), input.text);
   if (const char *problem = args.buffersProblem()) fail("reply", std::string(op.name) + ": " + problem, input.text);
-  if (rc != OPEN_E_INTERNAL) checkClientRoundTrip(op, capacity, args, rc, input.text);
+  if (rc == OPEN_E_INTERNAL) return;
+  std::string again = args.replyBody(rc);
+  ClientArgs fresh(op, capacity);
+  if (openDecodeReply(op, fresh.argv(), again) != rc || fresh.replyBody(rc) != again) {
+    fail("reply", std::string(op.name) + ": the outputs do not survive encoding and decoding", input.text);
+  }
 }
 
 // Whatever the simulator answers a request body is one whole frame, and the
@@ -88,8 +69,8 @@ void answerRequest(const char *entry, const std::string &body, uint32_t capacity
   if (op == &kOpenOps[OPEN_OPID_openapiCliShowExecuteToFile]) return;
   std::string reply;
   harness->dispatcher.call(body, reply);
-  if (reply.size() < kWireHeaderSize || wireBodyLength(reply.data()) != static_cast<long>(reply.size() - kWireHeaderSize) ||
-      reply.size() < kWireHeaderSize + sizeof(int32_t)) {
+  if (reply.size() < kWireHeaderSize + sizeof(int32_t) ||
+      wireBodyLength(reply.data()) != static_cast<long>(reply.size() - kWireHeaderSize)) {
     fail(entry, "the answer is no frame", body);
   }
   if (op == nullptr) return;
@@ -98,8 +79,6 @@ void answerRequest(const char *entry, const std::string &body, uint32_t capacity
     fail(entry, std::string(op->name) + ": the client cannot read the answer", body);
   }
 }
-
-void serverRequest(const RpcInput &input) { answerRequest("request", input.text, kRouteTextCapacity); }
 
 // The arguments after a valid head, so that every operation's decoder is
 // within reach.
@@ -111,8 +90,7 @@ void serverCall(const RpcInput &input) {
   answerRequest("call", body + input.text, bufferCapacityOf(input.capacityByte));
 }
 
-// A line is a control command or a call written by hand: it succeeds, says
-// why not, or is answered as an OpEN call.
+// A line succeeds, says why not, or is answered as an OpEN call.
 void control(const RpcInput &input) {
   if (input.text.find('\n') != std::string::npos || callsFileWriter(input.text)) return;
   std::string answerText = harness->server->answer(input.text);
@@ -123,7 +101,9 @@ void control(const RpcInput &input) {
   bool called = cJSON_IsArray(cJSON_GetObjectItemCaseSensitive(answer.get(), "out")) &&
                 wireDecodeInt(OPEN_TYPE_I32, cJSON_GetObjectItemCaseSensitive(answer.get(), "rc"), &rc) == 0;
   bool explained = cJSON_IsTrue(ok) || (cJSON_IsFalse(ok) && cJSON_IsString(error) && *error->valuestring != '\0');
-  if (!explained && !called) fail("control", "neither success, an explained failure nor an answer: " + answerText, input.text);
+  if (!explained && !called) {
+    fail("control", "neither success, an explained failure nor an answer: " + answerText, input.text);
+  }
 }
 
 // A stub the dispatcher takes answers the next call as scripted, and the
@@ -132,7 +112,7 @@ void stub(const RpcInput &input) {
   const OpenOpDesc &op = input.operation();
   JsonPtr answer(cJSON_ParseWithOpts(input.text.c_str(), nullptr, 1));
   if (!cJSON_IsObject(answer.get())) return;
-  std::string error;
+  std::string error, reply;
   if (harness->dispatcher.setStub(op.name, answer.get(), -1, error) != 0) {
     if (error.empty()) fail("stub", "refused without a reason", input.text);
     return;
@@ -141,7 +121,6 @@ void stub(const RpcInput &input) {
   wireDecodeInt(OPEN_TYPE_I32, cJSON_GetObjectItemCaseSensitive(answer.get(), "rc"), &scripted);
   ClientArgs args(op, bufferCapacityOf(input.capacityByte));
   WireBuffer request;
-  std::string reply;
   openEncodeRequest(request, static_cast<OpenOpId>(&op - kOpenOps), args.argv());
   harness->dispatcher.call(request.view().substr(kWireHeaderSize), reply);
   int32_t rc = openDecodeReply(op, args.argv(), std::string_view(reply).substr(kWireHeaderSize));
@@ -155,25 +134,17 @@ void stateLoad(const RpcInput &input) {
   JsonPtr state(cJSON_ParseWithOpts(input.text.c_str(), nullptr, 1));
   if (state == nullptr) return;
   std::string error;
-  if (loadState(state.get(), error) != 0) {
+  if (harness->device.fromJson(state.get(), error) != 0) {
     if (error.empty()) fail("load", "refused without naming the problem", input.text);
     if (dumpState() != harness->defaultDump) fail("load", "a refused load changed the state: " + error, input.text);
     return;
   }
   std::string dumped = dumpState();
   JsonPtr reloaded(cJSON_Parse(dumped.c_str()));
-  if (loadState(reloaded.get(), error) != 0) fail("load", "its own dump does not load: " + error, input.text);
+  if (harness->device.fromJson(reloaded.get(), error) != 0) {
+    fail("load", "its own dump does not load: " + error, input.text);
+  }
   if (dumpState() != dumped) fail("load", "its own dump loads to another state", input.text);
-}
-
-void resetSwitch() {
-  harness->dispatcher.clearScripts();
-  harness->dispatcher.withSwitch([](SimDevice &sw) { sw.resetToDefault(); });
-  harness->dispatcher.clearCallLog();
-}
-
-void removeSandbox() {
-  if (harness != nullptr) harness->sandbox.remove();
 }
 
 }  // namespace
@@ -185,9 +156,8 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***) {
     fprintf(stderr, "fuzz_rpc: %s\n", error.c_str());
     exit(1);
   }
-  atexit(removeSandbox);
-  harness->statePath = harness->sandbox.path("/switch-state.json");
-  harness->server = std::make_unique<SimServer>(harness->dispatcher, harness->statePath);
+  atexit([] { harness->sandbox.remove(); });
+  harness->server = std::make_unique<SimServer>(harness->dispatcher, harness->sandbox.path("/switch-state.json"));
   harness->defaultDump = dumpState();
   return 0;
 }
@@ -197,12 +167,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   if (!decodeRpcInput(data, size, input)) return 0;
   switch (input.entry) {
     case RpcEntry::ClientReply: clientReply(input); return 0;  // the switch is not involved
-    case RpcEntry::ServerRequest: serverRequest(input); break;
+    case RpcEntry::ServerRequest: answerRequest("request", input.text, kRouteTextCapacity); break;
     case RpcEntry::ServerCall: serverCall(input); break;
     case RpcEntry::Control: control(input); break;
     case RpcEntry::Stub: stub(input); break;
     case RpcEntry::StateLoad: stateLoad(input); break;
   }
-  resetSwitch();
+  harness->dispatcher.clearScripts();
+  harness->device.resetToDefault();
+  harness->dispatcher.clearCallLog();
   return 0;
 }

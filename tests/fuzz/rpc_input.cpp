@@ -1,20 +1,13 @@
 #include "tests/fuzz/rpc_input.h"
 
-namespace {
-
-bool namesOperation(RpcEntry entry) {
-  return entry == RpcEntry::ClientReply || entry == RpcEntry::Stub || entry == RpcEntry::ServerCall;
-}
-
-}  // namespace
-
 bool decodeRpcInput(const uint8_t *data, size_t size, RpcInput &input) {
   if (size < 1) return false;
-  input = RpcInput{};
-  input.entry = static_cast<RpcEntry>(data[0] % kRpcEntryCount);
-  size_t header = namesOperation(input.entry) ? 4 : 1;
+  input = RpcInput{static_cast<RpcEntry>(data[0] % kRpcEntryCount)};
+  bool namesOp = input.entry == RpcEntry::ClientReply || input.entry == RpcEntry::Stub ||
+                 input.entry == RpcEntry::ServerCall;
+  size_t header = namesOp ? 4 : 1;
   if (size < header) return false;
-  if (header == 4) {
+  if (namesOp) {
     input.op = static_cast<uint16_t>(data[1] | data[2] << 8);
     input.capacityByte = data[3];
   }

@@ -1,12 +1,7 @@
 #pragma once
-// The RPC fuzzer's input:
-//
-//   byte 0      the entry point, modulo the number of entries
-//   byte 1, 2   (reply, call and stub only) operation index, little-endian,
-//               modulo the number of operations
-//   byte 3      (reply, call and stub only) the capacity of every buffer
-//               argument on the client's side, as bufferCapacityOf reads it
-//   then        the text the entry reads
+// The RPC fuzzer's input: byte 0 picks the entry point (modulo their number); the entries that name an
+// operation take its index from bytes 1 and 2 (little-endian, modulo the number of operations) and the capacity
+// of the client's buffers from byte 3 (bufferCapacityOf); the rest is the text the entry reads.
 #include <cstddef>
 #include <cstdint>
 #include <string>
