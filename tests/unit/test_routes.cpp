@@ -76,13 +76,10 @@ cJSON *sampleValue(const Bind &bind, size_t index) {
   return cJSON_CreateNull();
 }
 
-class Request {
- public:
+struct Request {
   Request(const char *dir, const route::Route &row) : path_(std::string(dir) + "/" + row.op), row_(row) {
-    inputs_ = apidoc::inputsOf(row, row.method);
     for (size_t i = 0; i < inputs_.size(); ++i) values_.emplace_back(sampleValue(*inputs_[i].bind, i));
   }
-  const std::vector<Input> &inputs() const { return inputs_; }
   bool hasBody() const {
     return std::any_of(inputs_.begin(), inputs_.end(), [](const Input &in) { return in.place == Input::Place::Body; });
   }
@@ -120,10 +117,9 @@ class Request {
     return program().request(httpdMethodName(row_.method), path_, text, sentBody);
   }
 
- private:
   std::string path_;
   const route::Route &row_;
-  std::vector<Input> inputs_;
+  std::vector<Input> inputs_ = apidoc::inputsOf(row_, row_.method);
   std::vector<JsonPtr> values_;
 };
 
@@ -244,8 +240,7 @@ std::string dataShown(const Answer &answer, const char *dataKey, const Expected 
 }
 
 std::string respOf(const Answer &answer) {
-  JsonPtr json(cJSON_Parse(answer.json.c_str()));
-  return printed(cJSON_GetObjectItemCaseSensitive(json.get(), "resp"));
+  return printed(cJSON_GetObjectItemCaseSensitive(JsonPtr(cJSON_Parse(answer.json.c_str())).get(), "resp"));
 }
 
 // ---- The description ----
@@ -317,7 +312,7 @@ void expectRefused(const Answer &answer, AnswerStyle style, const char *what) {
 // Each required input left out or sent with the other JSON type; a body that is not one JSON value.
 void expectRefusals(const route::Route &row, const Request &request) {
   AnswerStyle style = row.answering->refused;
-  for (const Input &input : request.inputs()) {
+  for (const Input &input : request.inputs_) {
     if (!input.required || (route::isCustom(row) && !input.object.empty())) continue;
     SCOPED_TRACE(input.name);
     program().dispatcher().clearCallLog();
