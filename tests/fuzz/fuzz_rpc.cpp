@@ -1,22 +1,135 @@
 // libFuzzer target: the OpEN wire frames from both ends, and the simulator's lines (control commands, calls
-// written by hand), one entry point each (rpc_input.h); each aborts when its reader breaks a promise.
+// written by hand), one entry point each (RpcInput); each aborts when its reader breaks a promise.
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "open/call_codec.h"
+#include "open/opdesc.h"
 #include "open/wire.h"
 #include "sim/device.h"
 #include "sim/dispatch.h"
 #include "sim/server.h"
-#include "tests/fuzz/client_args.h"
 #include "tests/fuzz/file_guard.h"
-#include "tests/fuzz/rpc_input.h"
 #include "tests/fuzz/sandbox.h"
 #include "tools/raii.h"
 
 namespace {
+
+// The input: byte 0 picks the entry point (modulo their number); the entries that name an
+// operation take its index from bytes 1 and 2 (little-endian, modulo the number of operations) and the capacity
+// of the client's buffers from byte 3 (bufferCapacityOf); the rest is the text the entry reads.
+enum class RpcEntry : uint8_t {
+  ClientReply,    // an answer frame's body, decoded by the client for the operation
+  ServerRequest,  // a request frame's body, answered by the simulator's dispatcher
+  Control,        // a control command or a call written by hand, answered by the simulator
+  Stub,           // a scripted answer for the operation, then one call of it
+  StateLoad,      // a state document, loaded into the simulated switch
+  ServerCall,     // the arguments of a request body for the operation
+};
+constexpr uint8_t kRpcEntryCount = 6;
+
+struct RpcInput {
+  RpcEntry entry = RpcEntry::ClientReply;
+  uint16_t op = 0;
+  uint8_t capacityByte = 0;
+  std::string text;
+
+  const OpenOpDesc &operation() const { return kOpenOps[op % OPEN_OP_COUNT]; }
+};
+
+// False when the input is too short for its entry point.
+bool decodeRpcInput(const uint8_t *data, size_t size, RpcInput &input) {
+  if (size < 1) return false;
+  input = RpcInput{static_cast<RpcEntry>(data[0] % kRpcEntryCount)};
+  bool namesOp = input.entry == RpcEntry::ClientReply || input.entry == RpcEntry::Stub ||
+                 input.entry == RpcEntry::ServerCall;
+  size_t header = namesOp ? 4 : 1;
+  if (size < header) return false;
+  if (namesOp) {
+    input.op = static_cast<uint16_t>(data[1] | data[2] << 8);
+    input.capacityByte = data[3];
+  }
+  input.text.assign(reinterpret_cast<const char *>(data) + header, size - header);
+  return true;
+}
+
+// A fuzzer's byte as a capacity: small sizes byte by byte, then the sizes
+// the routes give texts, counter blocks and lists.
+uint32_t bufferCapacityOf(uint8_t byte) {
+  constexpr uint32_t kLarge[] = {256, 528, 1024, 4096, 65536};
+  constexpr uint8_t kFirstLarge = 256 - sizeof kLarge / sizeof kLarge[0];
+  return byte < kFirstLarge ? byte : kLarge[byte - kFirstLarge];
+}
+
+// The arguments of one OpEN operation laid out as its client stub passes them: integer inputs by value,
+// everything else through a pointer to an object of its exact size, every buffer descriptor (also in records)
+// pointing at a heap block of exactly its capacity, so that the sanitizer sees any write past one.
+class ClientArgs {
+ public:
+  ClientArgs(const OpenOpDesc &op, uint32_t capacity) : op_(op), capacity_(capacity) {
+    slots_.resize(op.argCount);
+    for (uint8_t i = 0; i < op.argCount; ++i) {
+      void *object = allocate(openTypeInfo(op.args[i].type).size);
+      giveBuffers(op.args[i].type, object);
+      slots_[i] = object;
+      argv_.push_back(openArgByValue(op.args[i]) ? object : &slots_[i]);
+    }
+    argv_.push_back(nullptr);
+  }
+
+  void *const *argv() const { return argv_.data(); }
+
+  // NULL while every descriptor points where it did, within its capacity.
+  const char *buffersProblem() const {
+    for (const auto &[desc, start] : buffers_) {
+      if (desc->pstart != start) return "a buffer descriptor was pointed elsewhere";
+      if (desc->size > capacity_) return "a buffer descriptor grew past its capacity";
+    }
+    return nullptr;
+  }
+
+  // The body of the answer frame that would bring these outputs.
+  std::string replyBody(int32_t rc) const {
+    WireBuffer body;
+    body.append(&rc, sizeof rc);
+    wireEncodeOutputs(body, op_, slots_.data());
+    return std::string(body.view());
+  }
+
+ private:
+  // A block of size zero still has an address of its own, and no byte to touch.
+  char *allocate(size_t size) {
+    blocks_.emplace_back(new char[size]());
+    return blocks_.back().get();
+  }
+
+  void giveBuffers(OpenType type, void *object) {
+    const OpenTypeInfo &info = openTypeInfo(type);
+    if (openKindIsBuffer(info.kind)) {
+      auto *desc = static_cast<open_buffdesc *>(object);
+      *desc = {capacity_, allocate(capacity_)};
+      buffers_.emplace_back(desc, desc->pstart);
+      return;
+    }
+    for (uint8_t f = 0; f < info.fieldCount; ++f) {
+      const OpenField &field = info.fields[f];
+      for (uint32_t e = 0; e < field.length; ++e) {
+        giveBuffers(field.type, static_cast<char *>(object) + field.offset + e * openTypeInfo(field.type).size);
+      }
+    }
+  }
+
+  const OpenOpDesc &op_;
+  uint32_t capacity_;
+  std::vector<std::unique_ptr<char[]>> blocks_;
+  std::vector<void *> slots_, argv_;  // slots_: each argument's object, a pointer argument's pointer to it
+  std::vector<std::pair<open_buffdesc *, char *>> buffers_;
+};
 
 // Long enough after boot for every default counter's history; frozen, so
 // that two dumps of the same state are the same text.

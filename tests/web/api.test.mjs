@@ -1,17 +1,16 @@
 // The API document (build/www/openapi.json) held against the program by tools
-// that know nothing but the document: Redocly's linter, ajv on every answer,
-// and Prism as a validating proxy in front of the web server. Each route is
-// called once with the inputs the document gives as its examples.
+// that know nothing but the document: Redocly's linter, and Prism as a
+// validating proxy in front of the web server, which holds every request and
+// answer to its operation. Each route is called once with the inputs the
+// document gives as its examples.
 import { test, before, after } from 'node:test';
 import assert from 'node:assert/strict';
 import { spawn, execFile } from 'node:child_process';
 import { readFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { promisify } from 'node:util';
-import { createRequire } from 'node:module';
 import { root, startWorld, freePort } from './world.mjs';
 
-const require = createRequire(join(root, 'web/package.json'));
 const bin = (name) => join(root, 'web/node_modules/.bin', name);
 const docPath = join(root, 'build/www/openapi.json');
 const METHODS = ['get', 'post', 'put', 'delete'];
@@ -73,13 +72,7 @@ function resolve(ref) {
 }
 
 // Writes come after every read, so that reads see the default switch.
-test('every route answers as its operation describes, to ajv and to Prism', async (t) => {
-  const Ajv2020 = require('ajv/dist/2020').default;
-  const addFormats = require('ajv-formats').default;
-  const ajv = new Ajv2020({ strict: false, allErrors: true });
-  addFormats(ajv);
-  ajv.addSchema(doc, 'openapi.json');
-
+test('every route answers as its operation describes, to Prism', async (t) => {
   const world = await startWorld();
   const prismPort = await freePort();
   const prism = spawn(bin('prism'), ['proxy', docPath, world.base, '--port', String(prismPort), '--host', '127.0.0.1', '-v', 'warn'],
@@ -108,19 +101,12 @@ test('every route answers as its operation describes, to ajv and to Prism', asyn
         problems.push(`${name}: HTTP ${answer.status} ${text.slice(0, 300)}`);
         continue;
       }
-      const pointer = `openapi.json#/paths/${operation.path.replaceAll('~', '~0').replaceAll('/', '~1')}/${operation.method}/responses/200/content/application~1json/schema`;
-      const validate = ajv.getSchema(pointer);
       let body;
       try {
         body = JSON.parse(text);
       } catch {
         problems.push(`${name}: the answer is not JSON: ${JSON.stringify(text.slice(0, 200))}`);
         continue;
-      }
-      if (!validate(body)) {
-        for (const e of validate.errors) {
-          problems.push(`${name}: ajv: ${e.instancePath || '(the answer)'} ${e.message}${e.params ? ` ${JSON.stringify(e.params)}` : ''}; answer ${JSON.stringify(body).slice(0, 300)}`);
-        }
       }
       if (body.resp?.respCode === 0) succeeded += 1;
     }
