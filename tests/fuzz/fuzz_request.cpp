@@ -5,22 +5,225 @@
 // anything else aborts with the request and the answer printed.
 #include <cjson/cJSON.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
-#include "tests/fuzz/cgi_run.h"
 #include "tests/fuzz/in_process_program.h"
-#include "tests/fuzz/request_input.h"
-#include "tests/fuzz/route_list.h"
 #include "tools/common.h"
 #include "tools/raii.h"
 
 namespace {
+
+// ---- The routes ----
+
+// The registered routes as the request fuzzer reaches them, and a guard
+// that keeps the directory tree as registration built it.
+
+
+struct RouteRef {
+  std::string path;  // directory and operation: "/api/v2/monitoring/lldp/tx-hold"
+  int method;
+};
+
+// Dispatch creates a node for every unknown directory it looks up, which is
+// harmless once per process but grows the tree, and slows every lookup,
+// over millions of requests in one. After each request the guard cuts off
+// the nodes dispatch added. The arena they live in is never freed, so they
+// are kept listed: memory the program still points at is no leak.
+class DirTreeGuard {
+ public:
+  explicit DirTreeGuard(httpdTable *table);
+  void restore();
+
+ private:
+  struct Mark {
+    httpdDirNode *node;
+    httpdDirNode *firstChild;
+  };
+  std::vector<Mark> marks_;
+  std::vector<httpdDirNode *> retired_;
+};
+
+void collectRoutes(const httpdDirNode *dir, const std::string &path, std::vector<RouteRef> &routes) {
+  for (const httpdRouteEntry *entry = dir->operations; entry != nullptr; entry = entry->next) {
+    routes.push_back({path + "/" + entry->opName, entry->method});
+  }
+  for (const httpdDirNode *child = dir->children; child != nullptr; child = child->next) {
+    collectRoutes(child, path + "/" + child->name, routes);
+  }
+}
+
+void markTree(httpdDirNode *dir, std::vector<httpdDirNode *> &nodes) {
+  nodes.push_back(dir);
+  for (httpdDirNode *child = dir->children; child != nullptr; child = child->next) markTree(child, nodes);
+}
+
+
+// Every route of the table, sorted by path and method, so that an index
+// names the same route whatever order the families register in.
+std::vector<RouteRef> listRoutes(const httpdTable *table) {
+  std::vector<RouteRef> routes;
+  if (table != nullptr && table->root != nullptr) collectRoutes(table->root, "", routes);
+  std::sort(routes.begin(), routes.end(), [](const RouteRef &a, const RouteRef &b) {
+    return std::tie(a.path, a.method) < std::tie(b.path, b.method);
+  });
+  return routes;
+}
+
+DirTreeGuard::DirTreeGuard(httpdTable *table) {
+  std::vector<httpdDirNode *> nodes;
+  markTree(table->root, nodes);
+  for (httpdDirNode *node : nodes) marks_.push_back({node, node->children});
+}
+
+// New nodes only ever go in at the head of a children list.
+void DirTreeGuard::restore() {
+  for (Mark &mark : marks_) {
+    for (httpdDirNode *added = mark.node->children; added != mark.firstChild; added = added->next) {
+      retired_.push_back(added);
+    }
+    mark.node->children = mark.firstChild;
+  }
+}
+
+// ---- The input ----
+
+// The request fuzzer's input, in a form that mutations keep meaningful:
+//
+//   byte 0, 1   route index, little-endian, modulo the number of routes
+//   byte 2      flags (below)
+//   then        fields separated by NUL bytes: the query string, then each
+//               optional field whose flag is set, in the order of the flags;
+//               the body is the rest, NUL bytes included
+//
+// A field missing at the end of the input is empty.
+namespace request_flags {
+constexpr uint8_t kSessionMask = 0x03;  // which session: SessionKind
+constexpr uint8_t kRefresh = 0x04;      // HTTP_REFRESH is set
+constexpr uint8_t kMethodField = 0x08;  // REQUEST_METHOD from a field, else the route's
+constexpr uint8_t kUriField = 0x10;     // REQUEST_URI from a field, else the route's path and the query
+constexpr uint8_t kLengthField = 0x20;  // CONTENT_LENGTH from a field, else the body's length
+constexpr uint8_t kScriptField = 0x40;  // control lines for the simulated switch, one a line
+constexpr uint8_t kNoQueryString = 0x80;  // QUERY_STRING is unset
+}  // namespace request_flags
+
+enum class SessionKind : uint8_t { Admin = 0, ReadWrite = 1, ReadOnly = 2, FromField = 3 };
+
+struct FuzzRequest {
+  uint16_t route = 0;
+  uint8_t flags = 0;
+  std::string query;
+  // Each used only when its flag is set.
+  std::string method, uri, session, contentLength, script;
+  std::string body;
+
+  bool has(uint8_t flag) const { return (flags & flag) != 0; }
+  SessionKind sessionKind() const { return static_cast<SessionKind>(flags & request_flags::kSessionMask); }
+};
+
+
+constexpr size_t kHeaderSize = 3;
+
+// The optional fields in input order, with the flag that brings each.
+struct OptionalField {
+  uint8_t flag;
+  std::string FuzzRequest::*member;
+};
+constexpr OptionalField kOptionalFields[] = {
+    {request_flags::kMethodField, &FuzzRequest::method},
+    {request_flags::kUriField, &FuzzRequest::uri},
+    {request_flags::kSessionMask, &FuzzRequest::session},
+    {request_flags::kLengthField, &FuzzRequest::contentLength},
+    {request_flags::kScriptField, &FuzzRequest::script},
+};
+
+bool isPresent(const FuzzRequest &request, const OptionalField &field) {
+  if (field.flag == request_flags::kSessionMask) return request.sessionKind() == SessionKind::FromField;
+  return request.has(field.flag);
+}
+
+// Takes the text up to the next NUL (or the end) and moves past the NUL.
+std::string takeField(const char *&at, const char *end) {
+  const char *stop = static_cast<const char *>(memchr(at, '\0', static_cast<size_t>(end - at)));
+  if (stop == nullptr) stop = end;
+  std::string field(at, stop);
+  at = stop < end ? stop + 1 : end;
+  return field;
+}
+
+
+// False when the input is too short to name a route.
+bool decodeRequest(const uint8_t *data, size_t size, FuzzRequest &request) {
+  if (size < kHeaderSize) return false;
+  request = FuzzRequest{};
+  request.route = static_cast<uint16_t>(data[0] | data[1] << 8);
+  request.flags = data[2];
+  const char *at = reinterpret_cast<const char *>(data) + kHeaderSize;
+  const char *end = reinterpret_cast<const char *>(data) + size;
+  request.query = takeField(at, end);
+  for (const OptionalField &field : kOptionalFields) {
+    if (isPresent(request, field)) request.*field.member = takeField(at, end);
+  }
+  request.body.assign(at, end);
+  return true;
+}
+
+std::string sessionOf(const FuzzRequest &request) {
+  switch (request.sessionKind()) {
+    case SessionKind::Admin: return FuzzSandbox::kAdminSession;
+    case SessionKind::ReadWrite: return FuzzSandbox::kReadWriteSession;
+    case SessionKind::ReadOnly: return FuzzSandbox::kReadOnlySession;
+    case SessionKind::FromField: break;
+  }
+  return request.session;
+}
+
+// The variables the web server would set for a request.
+CgiEnvironment environmentFor(const FuzzRequest &request, const RouteRef &route) {
+  using namespace request_flags;
+  CgiEnvironment env;
+  env.method = request.has(kMethodField) ? request.method : httpdMethodName(route.method);
+  env.uri = request.has(kUriField) ? request.uri : route.path + (request.query.empty() ? "" : "?" + request.query);
+  if (!request.has(kNoQueryString)) env.query = request.query;
+  env.contentLength = request.has(kLengthField) ? request.contentLength : std::to_string(request.body.size());
+  env.session = sessionOf(request);
+  if (request.has(kRefresh)) env.refresh = "1";
+  return env;
+}
+
+void printEscaped(const char *label, const std::optional<std::string> &text) {
+  fprintf(stderr, "  %s: ", label);
+  if (!text) {
+    fputs("(unset)\n", stderr);
+    return;
+  }
+  fputc('"', stderr);
+  for (unsigned char c : *text) {
+    if (c >= 0x20 && c < 0x7F && c != '"' && c != '\\') {
+      fputc(c, stderr);
+    } else {
+      fprintf(stderr, "\\x%02x", c);
+    }
+  }
+  fputs("\"\n", stderr);
+}
+
+// The variables, the body and the answer on standard error, escaped.
+void printRequest(const CgiEnvironment &env, const std::string &body, const std::string &answer) {
+  for (const auto &variable : kCgiVariables) printEscaped(variable.name, env.*variable.value);
+  printEscaped("body", body);
+  printEscaped("answer", answer);
+}
+
+// ---- The answer ----
 
 constexpr char kForbidden[] = "Status:403\r\n\r\n";
 constexpr char kJsonHeader[] = "Content-Type: application/json\r\n\r\n";
@@ -135,13 +338,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   CgiEnvironment env = environmentFor(request, route);
   if (claimsHugeBody(env.contentLength)) return 0;
   routetest::InProcessProgram &program = harness->program;
-  if (request.has(request_flags::kScriptField)) program.sim().script(request.script, kMaxScriptLines);
+  if (request.has(request_flags::kScriptField)) program.script(request.script, kMaxScriptLines);
   program.sandbox().writeSessions();
   applyEnvironment(env);
   std::string answer = captureRequest(program.table(), request.body, inRequest);
   if (const char *problem = cgiAnswerProblem(answer, env.uri.value_or(""))) fail(problem, env, request.body, answer);
   if (clientHandle.stalled) fail("the simulated switch did not answer within the client's time", env, request.body, answer);
   harness->tree.restore();
-  program.sim().reset();
+  program.reset();
   return 0;
 }

@@ -1,15 +1,49 @@
 #include "tests/fuzz/in_process_program.h"
 
 #include <cjson/cJSON.h>
+#include <pthread.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "log/log.h"
 #include "routes/families.h"
-#include "tests/fuzz/cgi_run.h"
+#include "tests/fuzz/file_guard.h"
 #include "tools/common.h"
 #include "tools/raii.h"
+
+void applyEnvironment(const CgiEnvironment &env) {
+  for (const auto &variable : kCgiVariables) {
+    const std::optional<std::string> &value = env.*variable.value;
+    value ? setenv(variable.name, value->c_str(), 1) : unsetenv(variable.name);
+  }
+}
+
+std::string captureRequest(httpdTable *table, const std::string &body, bool &running) {
+  char *text = nullptr;
+  size_t length = 0;
+  FILE *in = fmemopen(const_cast<char *>(body.data()), body.size(), "r");
+  FILE *out = open_memstream(&text, &length);
+  if (in == nullptr || out == nullptr) {
+    fprintf(stderr, "cannot open memory streams for a request: %s\n", strerror(errno));
+    abort();
+  }
+  FILE *savedIn = stdin, *savedOut = stdout;
+  stdin = in;
+  stdout = out;
+  running = true;
+  httpdProcessRequest(table);
+  running = false;
+  stdin = savedIn;
+  stdout = savedOut;
+  fclose(in);
+  fclose(out);
+  std::string answer(text, length);
+  free(text);
+  return answer;
+}
 
 namespace routetest {
 
@@ -45,7 +79,7 @@ bool InProcessProgram::start(std::string &error) {
   std::string socket = sandbox_.path("/opensim.sock");
   setenv("MONITORING_ROOT", sandbox_.root().c_str(), 1);
   setenv("OPEN_RPC_SOCKET", socket.c_str(), 1);
-  if (!sim_.start(socket, error)) return false;
+  if (!serve(socket, error)) return false;
   logInit(LOG_MODE_FILE, kLogFacilityUser, "vexo_cgi");
   if (initHandler("monitoring_v2.cgi", &clientHandle) != 0) {
     error = "the OpEN client cannot reach the simulated switch";
@@ -58,6 +92,39 @@ bool InProcessProgram::start(std::string &error) {
   }
   registerAllRoutes(table_);
   return true;
+}
+
+// Serves from a detached thread until the process ends.
+bool InProcessProgram::serve(const std::string &socketPath, std::string &error) {
+  if (server_.listenOn(socketPath, error) != 0) return false;
+  pthread_t thread;
+  auto run = [](void *server) -> void * {
+    static_cast<SimServer *>(server)->run();
+    return nullptr;
+  };
+  if (pthread_create(&thread, nullptr, run, &server_) != 0) {
+    error = "cannot start the simulator's thread";
+    return false;
+  }
+  pthread_detach(thread);
+  return true;
+}
+
+void InProcessProgram::reset() {
+  dispatcher_.clearScripts();
+  dispatcher_.withSwitch([](SimDevice &sw) { sw.resetToDefault(); });
+  dispatcher_.clearCallLog();
+}
+
+void InProcessProgram::script(const std::string &lines, size_t maxLines) {
+  size_t start = 0;
+  for (size_t count = 0; count < maxLines && start < lines.size(); ++count) {
+    size_t end = lines.find('\n', start);
+    if (end == std::string::npos) end = lines.size();
+    std::string line = lines.substr(start, end - start);
+    if (!callsFileWriter(line)) server_.answer(line);
+    start = end + 1;
+  }
 }
 
 Answer InProcessProgram::request(const std::string &method, const std::string &path, const std::string &query,

@@ -1,13 +1,37 @@
 #pragma once
 // The program answering requests inside the test process, its OpEN calls
-// served by the simulated switch from a thread: fast enough to ask every
-// route several things, or a fuzzer millions.
+// served by the simulated switch from a thread on a Unix socket of its own,
+// as opensimd would serve them: fast enough to ask every route several
+// things, or a fuzzer millions.
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "cgi/httpd.h"
-#include "tests/fuzz/in_process_switch.h"
+#include "sim/device.h"
+#include "sim/dispatch.h"
+#include "sim/server.h"
 #include "tests/fuzz/sandbox.h"
+
+// The variables the web server sets for one request; unset when empty.
+struct CgiEnvironment {
+  std::optional<std::string> method, uri, query, contentLength, session, refresh;
+};
+
+inline constexpr struct {
+  const char *name;
+  std::optional<std::string> CgiEnvironment::*value;
+} kCgiVariables[] = {
+    {"REQUEST_METHOD", &CgiEnvironment::method}, {"REQUEST_URI", &CgiEnvironment::uri},
+    {"QUERY_STRING", &CgiEnvironment::query},    {"CONTENT_LENGTH", &CgiEnvironment::contentLength},
+    {"HTTP_SESSION", &CgiEnvironment::session},  {"HTTP_REFRESH", &CgiEnvironment::refresh},
+};
+
+// Sets every variable of `env`, unsetting those it leaves out.
+void applyEnvironment(const CgiEnvironment &env);
+// Feeds `body` as standard input to httpdProcessRequest and returns what it
+// wrote to standard output. `running` is true meanwhile.
+std::string captureRequest(httpdTable *table, const std::string &body, bool &running);
 
 namespace routetest {
 
@@ -23,10 +47,14 @@ class InProcessProgram {
   // Started once a process; the switch is reset by every test that asks.
   static InProcessProgram &get();
 
-  InProcessSwitch &sim() { return sim_; }
-  SimDispatcher &dispatcher() { return sim_.dispatcher(); }
+  SimDispatcher &dispatcher() { return dispatcher_; }
   const FuzzSandbox &sandbox() const { return sandbox_; }
   httpdTable *table() { return table_; }
+  // The default switch, without scripts, with an empty call log.
+  void reset();
+  // Answers each of the first `maxLines` lines as the daemon would (control
+  // commands, calls written by hand), setting the switch up for a request.
+  void script(const std::string &lines, size_t maxLines);
   // As the web server starts the program for one request of an administrator.
   Answer request(const std::string &method, const std::string &path, const std::string &query, const std::string &body);
   // The call log's lines whose operation is `op` (every line for "").
@@ -35,10 +63,13 @@ class InProcessProgram {
  private:
   InProcessProgram() = default;
   bool start(std::string &error);
+  bool serve(const std::string &socketPath, std::string &error);
   static void removeAtExit();
 
   FuzzSandbox sandbox_;
-  InProcessSwitch sim_;
+  SimDevice device_;
+  SimDispatcher dispatcher_{device_};
+  SimServer server_{dispatcher_, ""};
   httpdTable *table_ = nullptr;
 };
 

@@ -129,7 +129,7 @@ const Shown kShown[] = {
 
 class RouteWords : public ::testing::Test {
  protected:
-  void SetUp() override { program().sim().reset(); }
+  void SetUp() override { program().reset(); }
   static InProcessProgram &program() { return InProcessProgram::get(); }
 
   // The value the call log shows for a word; -1 when the call was refused.

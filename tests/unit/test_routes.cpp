@@ -388,14 +388,14 @@ void checkRow(const char *dir, const route::Route &row) {
 
 class EveryRoute : public ::testing::Test {
  protected:
-  void SetUp() override { program().sim().reset(); }
+  void SetUp() override { program().reset(); }
 };
 
 TEST_F(EveryRoute, RowsPassInputsToOpenAndAnswerAsTheirFamilySays) {
   size_t checked = 0;
   forEachRow([&](const char *dir, const route::Route &row) {
     if (route::isCustom(row) || row.call.open.invoke == nullptr) return;
-    program().sim().reset();
+    program().reset();
     checkRow(dir, row);
     ++checked;
   });
