@@ -2,12 +2,22 @@
 
 #include <time.h>
 
+#include "tools/raii.h"
+
 namespace {
 
 int64_t monotonicNanos() {
   timespec ts{};
   clock_gettime(CLOCK_MONOTONIC, &ts);
   return static_cast<int64_t>(ts.tv_sec) * kNanosPerSecond + ts.tv_nsec;
+}
+
+bool defaultFits(SimModel &model, const char *key, const schema::Where &root) {
+  std::string problem;
+  JsonPtr defaults(model.toJson());
+  if (model.fromJson(defaults.get(), schema::Where(key, problem))) return true;
+  return root.member(key).fail("missing, and the default does not fit this switch (" + problem +
+                               "): give the member");
 }
 
 }  // namespace
@@ -37,7 +47,10 @@ int SimDevice::fromJson(const cJSON *json, std::string &error) {
     bool own = *key == '\0';
     const cJSON *part = own ? json : cJSON_GetObjectItemCaseSensitive(json, key);
     if (part == nullptr) {
-      model->resetToDefault();  // fitting what the models before it loaded
+      // The default is the bench switch's, which names ports the document may
+      // not have: it must fit what the models before it loaded, as a dump would.
+      model->resetToDefault();
+      if (!own && !defaultFits(*model, key, root)) return -1;
     } else if (!model->fromJson(part, own ? root : root.member(key))) {
       return -1;
     }

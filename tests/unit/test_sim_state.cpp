@@ -26,6 +26,12 @@ TEST_F(SimStateTest, DumpLoadsBackUnchanged) {
   SimDevice fresh([this] { return clockNs; });
   JsonPtr defaults(fresh.toJson());
   EXPECT_EQ(dumped(), CText(cJSON_PrintUnformatted(defaults.get())).get());
+  // Not when the default names a port the file leaves out: its dump would not load.
+  edit(state.get(), "mirror", nullptr);
+  edit(state.get(), "interfaces/23", nullptr);
+  EXPECT_EQ(dev.fromJson(state.get(), error), -1);
+  EXPECT_EQ(error, "mirror: missing, and the default does not fit this switch (mirror.sessions[0].destination: "
+                   "not a physical port of this session alone): give the member");
 }
 
 TEST_F(SimStateTest, MalformedStateIsRefusedWholeNamingTheFirstProblem) {
