@@ -24,45 +24,40 @@ struct DataCase {
   size_t expectedSize;
 };
 
-class RequestDataTest : public ::testing::TestWithParam<DataCase> {
- protected:
-  void TearDown() override { (void)freopen("/dev/null", "r", stdin); }
-  frametest::Sandbox box;
-};
-
 const std::string kLongQuery(10000, 'q'), kCutQuery(8192, 'q');
-
-TEST_P(RequestDataTest, ReadsTheInputOfTheMethod) {
-  const DataCase &c = GetParam();
-  SCOPED_TRACE(std::string(c.method ? c.method : "(unset)") + " length " + (c.contentLength ? c.contentLength : "-"));
-  setEnv("REQUEST_METHOD", c.method);
-  setEnv("QUERY_STRING", c.query);
-  setEnv("CONTENT_LENGTH", c.contentLength);
-  frametest::writeFile(box.path("/body"), std::string(c.body));
-  ASSERT_NE(freopen(box.path("/body").c_str(), "r", stdin), nullptr);
-  CText data(requestDataGet());
-  if (c.expected == nullptr) {
-    EXPECT_EQ(data.get(), nullptr);
-  } else {
-    ASSERT_NE(data.get(), nullptr);
-    EXPECT_EQ(std::string(data.get(), c.expectedSize + 1), std::string(c.expected, c.expectedSize + 1));
-  }
-}
 
 // A short body keeps the byte read at its end (0xFF); a length that is not a
 // plain decimal number reads nothing.
-INSTANTIATE_TEST_SUITE_P(
-    Methods, RequestDataTest,
-    ::testing::ValuesIn(std::vector<DataCase>{
-        {nullptr, "a=1", "3", "xyz", nullptr, 0}, {"get", "a=1", nullptr, "", nullptr, 0},
-        {"PATCH", "a=1", "3", "abc", nullptr, 0}, {"GET", "ifNum=3&x=4", nullptr, "", "ifNum=3&x=4", 11},
-        {"GET", nullptr, nullptr, "", "", 0}, {"GET", kLongQuery.c_str(), nullptr, "", kCutQuery.c_str(), 8192},
-        {"DELETE", "name=public", "5", "abcde", "name=public", 11},
-        {"POST", "ifNum=1", "7", "{\"a\":1}", "{\"a\":1}", 7}, {"PUT", nullptr, "4", "{\"a\":1}", "{\"a\"", 4},
-        {"POST", nullptr, "5", "a\0b\xfe\n"sv, "a\0b\xfe\n", 5}, {"POST", nullptr, "10", "{}", "{}\xff", 3},
-        {"PUT", nullptr, "3", "", "\xff", 1}, {"POST", nullptr, "0", "{}", "", 0},
-        {"POST", nullptr, nullptr, "{}", "", 0}, {"POST", nullptr, "-5", "{}", "", 0},
-        {"POST", nullptr, "12abc", "{}", "", 0}, {"PUT", nullptr, "", "{}", "", 0}}));
+const DataCase kDataCases[] = {
+    {nullptr, "a=1", "3", "xyz", nullptr, 0}, {"get", "a=1", nullptr, "", nullptr, 0},
+    {"PATCH", "a=1", "3", "abc", nullptr, 0}, {"GET", "ifNum=3&x=4", nullptr, "", "ifNum=3&x=4", 11},
+    {"GET", nullptr, nullptr, "", "", 0}, {"GET", kLongQuery.c_str(), nullptr, "", kCutQuery.c_str(), 8192},
+    {"DELETE", "name=public", "5", "abcde", "name=public", 11},
+    {"POST", "ifNum=1", "7", "{\"a\":1}", "{\"a\":1}", 7}, {"PUT", nullptr, "4", "{\"a\":1}", "{\"a\"", 4},
+    {"POST", nullptr, "5", "a\0b\xfe\n"sv, "a\0b\xfe\n", 5}, {"POST", nullptr, "10", "{}", "{}\xff", 3},
+    {"PUT", nullptr, "3", "", "\xff", 1}, {"POST", nullptr, "0", "{}", "", 0},
+    {"POST", nullptr, nullptr, "{}", "", 0}, {"POST", nullptr, "-5", "{}", "", 0},
+    {"POST", nullptr, "12abc", "{}", "", 0}, {"PUT", nullptr, "", "{}", "", 0}};
+
+TEST(RequestDataTest, ReadsTheInputOfTheMethod) {
+  frametest::Sandbox box;
+  for (const DataCase &c : kDataCases) {
+    SCOPED_TRACE(std::string(c.method ? c.method : "(unset)") + " length " + (c.contentLength ? c.contentLength : "-"));
+    setEnv("REQUEST_METHOD", c.method);
+    setEnv("QUERY_STRING", c.query);
+    setEnv("CONTENT_LENGTH", c.contentLength);
+    frametest::writeFile(box.path("/body"), std::string(c.body));
+    ASSERT_NE(freopen(box.path("/body").c_str(), "r", stdin), nullptr);
+    CText data(requestDataGet());
+    if (c.expected == nullptr) {
+      EXPECT_EQ(data.get(), nullptr);
+    } else {
+      ASSERT_NE(data.get(), nullptr);
+      EXPECT_EQ(std::string(data.get(), c.expectedSize + 1), std::string(c.expected, c.expectedSize + 1));
+    }
+  }
+  (void)freopen("/dev/null", "r", stdin);
+}
 
 struct SplitCase {
   std::string text;
@@ -78,21 +73,17 @@ SplitCase manyPieces() {
   return many;
 }
 
-class QuerySplitTest : public ::testing::TestWithParam<SplitCase> {};
-
-TEST_P(QuerySplitTest, KeepsEveryPieceInOrder) {
-  QueryArray array(queryStringSplit(GetParam().text.c_str()));
-  ASSERT_NE(array.get(), nullptr);
-  std::vector<std::string> pieces;
-  for (char **p = array.get(); *p != nullptr; ++p) pieces.emplace_back(*p);
-  EXPECT_EQ(pieces, GetParam().expected) << GetParam().text;
+TEST(QuerySplitTest, KeepsEveryPieceInOrder) {
+  for (const SplitCase &c : {SplitCase{"ifNum=3&name=x", {"ifNum=3", "name=x"}}, SplitCase{"", {""}},
+                             SplitCase{"single", {"single"}}, SplitCase{"&", {"", ""}},
+                             SplitCase{"a&&b&", {"a", "", "b", ""}}, SplitCase{"=&=x", {"=", "=x"}}, manyPieces()}) {
+    QueryArray array(queryStringSplit(c.text.c_str()));
+    ASSERT_NE(array.get(), nullptr);
+    std::vector<std::string> pieces;
+    for (char **p = array.get(); *p != nullptr; ++p) pieces.emplace_back(*p);
+    EXPECT_EQ(pieces, c.expected) << c.text;
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Texts, QuerySplitTest,
-    ::testing::Values(SplitCase{"ifNum=3&name=x", {"ifNum=3", "name=x"}}, SplitCase{"", {""}},
-                      SplitCase{"single", {"single"}}, SplitCase{"&", {"", ""}},
-                      SplitCase{"a&&b&", {"a", "", "b", ""}}, SplitCase{"=&=x", {"=", "=x"}}, manyPieces()));
 
 struct ParamCase {
   const char *key;
@@ -100,26 +91,22 @@ struct ParamCase {
   const char *expected;
 };
 
-class QueryParamTest : public ::testing::TestWithParam<ParamCase> {};
-
 // The value lives in the array, not in a copy: handlers must not free it.
-TEST_P(QueryParamTest, FirstEntryContainingTheKeyAndAnEqualsSignWins) {
-  const ParamCase &c = GetParam();
-  SCOPED_TRACE(::testing::Message() << c.key << " in " << c.query);
-  QueryArray array(queryStringSplit(c.query));
-  const char *value = queryParamValue(c.key, array.get());
-  EXPECT_STREQ(value, c.expected);
-  bool inArray = value == nullptr;
-  for (char **p = array.get(); p && *p; ++p) inArray = inArray || (value > *p && value <= *p + strlen(*p));
-  EXPECT_TRUE(inArray);
+TEST(QueryParamTest, FirstEntryContainingTheKeyAndAnEqualsSignWins) {
+  const ParamCase cases[] = {
+      {"intf", "intf=7", "7"}, {"intf", "xintf=5&intf=7", "5"}, {"intf", "vlanintf=2&intf=9", "2"},
+      {"intf", "name=intf&intf=3", "intf"}, {"intf", "intf&intf=4", "4"}, {"a", "a=1=2", "1=2"},
+      {"name", "name=", ""}, {"vlan", "intf=1&b=2", nullptr}, {"x", "", nullptr}, {nullptr, "a=1", nullptr},
+      {"a", nullptr, nullptr}};
+  for (const ParamCase &c : cases) {
+    SCOPED_TRACE(::testing::Message() << (c.key ? c.key : "(null)") << " in " << (c.query ? c.query : "(null)"));
+    QueryArray array(queryStringSplit(c.query));
+    const char *value = queryParamValue(c.key, array.get());
+    EXPECT_STREQ(value, c.expected);
+    bool inArray = value == nullptr;
+    for (char **p = array.get(); p && *p; ++p) inArray = inArray || (value > *p && value <= *p + strlen(*p));
+    EXPECT_TRUE(inArray);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(Queries, QueryParamTest,
-                         ::testing::ValuesIn(std::vector<ParamCase>{
-                             {"intf", "intf=7", "7"}, {"intf", "xintf=5&intf=7", "5"},
-                             {"intf", "vlanintf=2&intf=9", "2"}, {"intf", "name=intf&intf=3", "intf"},
-                             {"intf", "intf&intf=4", "4"}, {"a", "a=1=2", "1=2"}, {"name", "name=", ""},
-                             {"vlan", "intf=1&b=2", nullptr}, {"x", "", nullptr}, {nullptr, "a=1", nullptr},
-                             {"a", nullptr, nullptr}}));
 
 }  // namespace

