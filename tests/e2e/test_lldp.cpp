@@ -126,6 +126,8 @@ TEST_F(LldpTest, TextsAreBoundByTheClampedStringLengthAndVlanIdsByTheList) {
   // A length under the text's refuses it on the switch's side.
   ctlOk({"stub", "openapiLldpMgmtStrLenGet", R"({"rc":0,"out":[5]})", "1"});
   EXPECT_EQ(get("intf-remote-device-chassis-id" + kNbr), answer(10003, "Invalid argument", false));
+  ctlOk({"stub", "openapiLldpIntfLocalDeviceVlanGet", R"({"rc":0,"out":[[2,[7,9,11]]]})", "1"});
+  EXPECT_EQ(get("intf-local-device-vlan?ifNum=3"), ok(R"({"numEntries":2,"ids":[7,9]})"));
   ctlOk({"stub", "openapiLldpIntfLocalDeviceVlanGet", R"({"rc":0,"out":[[4294967295,[7,9]]]})", "1"});
   std::string ids = "7,9";
   for (int i = 2; i < 4096; ++i) ids += ",0";

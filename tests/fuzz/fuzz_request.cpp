@@ -24,10 +24,6 @@ namespace {
 
 // ---- The routes ----
 
-// The registered routes as the request fuzzer reaches them, and a guard
-// that keeps the directory tree as registration built it.
-
-
 struct RouteRef {
   std::string path;  // directory and operation: "/api/v2/monitoring/lldp/tx-hold"
   int method;
@@ -65,7 +61,6 @@ void markTree(httpdDirNode *dir, std::vector<httpdDirNode *> &nodes) {
   nodes.push_back(dir);
   for (httpdDirNode *child = dir->children; child != nullptr; child = child->next) markTree(child, nodes);
 }
-
 
 // Every route of the table, sorted by path and method, so that an index
 // names the same route whatever order the families register in.

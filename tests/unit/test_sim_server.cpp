@@ -79,6 +79,8 @@ TEST_F(SimServerTest, ControlCommandsAnswer) {
       {R"({"ctl":"stub","op":"openapiIfNameGet","answer":{"rc":0,"out":[7]}})", "\"name\""},
       {R"({"ctl":"stub","op":"openapiApiVersionGet","answer":{"rc":0,"out":[[1,2]]}})", "\"version\""},
       {R"({"ctl":"stub","op":"openapiInterfaceStatsGet","answer":{"rc":0,"out":[["1","x"]]}})", "\"counters\""},
+      {R"({"ctl":"stub","op":"openapiLldpMedRemoteCapabilitiesGet","answer":{"rc":0,"out":[[[1,2,3]],[[0]]]}})",
+       "\"supportedCapabilities\""},  // more elements than the record's array holds
       {kStatOfPort5, R"({"rc":0,"out":[7]})"},  // no refused stub took effect
       {R"({"ctl":"fault","op":"openapiStatGet","rc":-20,"count":1})", kOk},
       {R"({"op":"openapiInterfaceStatsReset","in":[1]})", R"({"rc":0,"out":[]})"},

@@ -33,7 +33,7 @@ test('Redocly lints the document with no error', async () => {
     .split('\n').filter((line) => /\berror\b|failed/i.test(line)).join('\n')}`));
 });
 
-test('the document lists the 366 routes, each answering the envelope or an empty 403', () => {
+test('the document lists the 366 routes, each taking Refresh and answering the envelope or an empty 403', () => {
   assert.match(doc.openapi, /^3\.1\./);
   assert.equal(operations.length, 366);
   const ids = new Set(operations.map((o) => o.op.operationId));
@@ -43,8 +43,11 @@ test('the document lists the 366 routes, each answering the envelope or an empty
     return r?.$ref ? resolve(r.$ref) : r;
   };
   const incomplete = operations.filter(({ op }) =>
-    !response(op, '200')?.content?.['application/json']?.schema || !response(op, '403') || response(op, '403').content);
+    !response(op, '200')?.content?.['application/json']?.schema || !response(op, '403') || response(op, '403').content
+    || !op.parameters?.some((p) => p.$ref === '#/components/parameters/Refresh'));
   assert.deepEqual(incomplete.map((o) => `${o.method} ${o.path}`), []);
+  const put = doc.paths['/api/v2/monitoring/snmp/sys-location'].put;
+  assert.deepEqual([put.summary, put.requestBody.required], ['Set SNMP system location', true]);
 });
 
 // The request an outside client would build from the document alone.
@@ -98,14 +101,8 @@ test('every route answers as its operation describes, to Prism', async (t) => {
         problems.push(`${name}: HTTP ${answer.status} ${text.slice(0, 2000)}`);
         continue;
       }
-      let body;
-      try {
-        body = JSON.parse(text);
-      } catch {
-        problems.push(`${name}: the answer is not JSON: ${JSON.stringify(text.slice(0, 200))}`);
-        continue;
-      }
-      if (body.resp?.respCode === 0) succeeded += 1;
+      // Prism let it through, so it is JSON that fits the operation.
+      if (JSON.parse(text).resp?.respCode === 0) succeeded += 1;
     }
     t.diagnostic(`${sorted.length} routes called, ${succeeded} answered success`);
 
@@ -125,12 +122,8 @@ test('every route answers as its operation describes, to Prism', async (t) => {
 
 async function waitForPrism(port, log) {
   for (let i = 0; i < 300; i += 1) {
-    try {
-      await fetch(`http://127.0.0.1:${port}/`);
-      return;
-    } catch {
-      await new Promise((done) => setTimeout(done, 100));
-    }
+    if (await fetch(`http://127.0.0.1:${port}/`).then(() => true, () => false)) return;
+    await new Promise((done) => setTimeout(done, 100));
   }
   throw new Error(`Prism did not start in 30 s:\n${log()}`);
 }
