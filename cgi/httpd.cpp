@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 
 #include "cgi/session.h"
 #include "log/log.h"
@@ -14,7 +15,6 @@
 namespace {
 
 constexpr size_t kPathBufferSize = 1024;
-constexpr const char *kRestPrefix = "/api/v2/";
 
 // The whole table is rebuilt by every process and never freed, so it is carved
 // out of a bump arena: the first block is static and holds the full route set;
@@ -215,6 +215,19 @@ void copyOpName(char *dst, const char *src) {
   dst[i] = '\0';
 }
 
+// Whether the URI lies below /api/v2/ as the directory lookup reads it:
+// empty components do not count, so "//api/v2/..." names the same route as
+// "/api/v2/..." and must get the same answer, header included.
+bool isRestPath(const char *uri) {
+  for (const char *component : {"api", "v2"}) {
+    while (*uri == '/') ++uri;
+    size_t length = strlen(component);
+    if (strncmp(uri, component, length) != 0 || uri[length] != '/') return false;
+    uri += length;
+  }
+  return true;
+}
+
 // Registration logs under the name of the interface it serves.
 #define REGISTRATION_ERROR(text) logWrite(LOG_LEVEL_ERROR, "[%s:%d] " text, "httpdAddCContent", __LINE__)
 
@@ -326,7 +339,8 @@ void httpdProcessRequest(httpdTable *table) {
   const httpdDirNode *dir = findOrCreateDir(table, dirPath);
   const httpdRouteEntry *route = findRoute(dir, getenv("REQUEST_METHOD"), opName);
   if (route == nullptr) {
-    LOG_ERROR("method not found:%s\n%s\n%s\n", uri, dir != nullptr ? dir->name : "", opName);
+    LOG_ERROR("method not found:%s\n%s\n%s\n", LogExcerpt(uri).text(), LogExcerpt(dir != nullptr ? dir->name : "").text(),
+              LogExcerpt(opName).text());
     return;
   }
   if (route->needsSession != 0 && checkSessionX(getenv("HTTP_SESSION"), getenv("HTTP_REFRESH"), route) == -1) {
@@ -334,7 +348,7 @@ void httpdProcessRequest(httpdTable *table) {
     fputs("Status:403\r\n\r\n", stdout);
     return;
   }
-  if (strncmp(uri, kRestPrefix, strlen(kRestPrefix)) == 0) {
+  if (isRestPath(uri)) {
     fputs("Content-Type: application/json\r\n\r\n", stdout);
   }
   route->handler();

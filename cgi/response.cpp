@@ -253,7 +253,7 @@ int getStrAndCpyTo(const cJSON *json, const char *key, char *dst, size_t len) {
   const cJSON *item = cJSON_GetObjectItem(json, key);
   if (!cJSON_IsString(item) || dst == nullptr) {
     CText printed = printedForLog(json);
-    LOG_ERROR("%s param error :%s\r\n", key != nullptr ? key : "", printed ? printed.get() : "");
+    LOG_ERROR("%s param error :%s\r\n", key != nullptr ? key : "", LogExcerpt(printed ? printed.get() : "").text());
     return RC_INVALID_ARGUMENT;
   }
   strncpy(dst, item->valuestring, len);
@@ -264,7 +264,7 @@ int getIntAndCpyTo(const cJSON *json, const char *key, uint32_t *value) {
   const cJSON *item = cJSON_GetObjectItem(json, key);
   if (!cJSON_IsNumber(item) || value == nullptr) {
     CText printed = printedForLog(json);
-    LOG_ERROR("%s param error :%s\r\n", key != nullptr ? key : "", printed ? printed.get() : "");
+    LOG_ERROR("%s param error :%s\r\n", key != nullptr ? key : "", LogExcerpt(printed ? printed.get() : "").text());
     return RC_INVALID_ARGUMENT;
   }
   *value = jsonNumberToU32(item);

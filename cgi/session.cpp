@@ -92,21 +92,29 @@ bool lockSessionFile(FILE *file) {
   }
 }
 
-void readLine(char *buf, size_t size, FILE *file) {
+// A line must end with its newline within its limit: a longer one would
+// carry on into the next read, and a user name could then supply its own
+// time stamp and privilege.
+bool readLine(char *buf, size_t size, FILE *file) {
   if (fgets(buf, static_cast<int>(size), file) == nullptr) {
     buf[0] = '\0';
+    return false;
   }
+  size_t length = strlen(buf);
+  return length > 0 && buf[length - 1] == '\n';
 }
 
 bool isAdmin(const SessionLines &lines) { return strcmp(lines.user, kAdminLine) == 0; }
 
-void readSessionLines(FILE *file, SessionLines *lines) {
-  readLine(lines->user, sizeof lines->user, file);
-  readLine(lines->stamp, sizeof lines->stamp, file);
+// False when a line the check reads is missing or overruns its limit.
+bool readSessionLines(FILE *file, SessionLines *lines) {
+  bool whole = readLine(lines->user, sizeof lines->user, file);
+  whole = readLine(lines->stamp, sizeof lines->stamp, file) && whole;
   lines->privilege[0] = '\0';
   if (!isAdmin(*lines)) {
-    readLine(lines->privilege, sizeof lines->privilege, file);
+    whole = readLine(lines->privilege, sizeof lines->privilege, file) && whole;
   }
+  return whole;
 }
 
 // Session flag 1 is any logged-in user; every other flag means administrators only.
@@ -166,7 +174,10 @@ int checkSessionX(const char *sessionId, const char *refresh, const httpdRouteEn
     return -1;
   }
   SessionLines lines;
-  readSessionLines(file.get(), &lines);
+  if (!readSessionLines(file.get(), &lines)) {
+    LOG_ERROR("Session file line missing or longer than its limit, refused\n");
+    return -1;
+  }
   Verdict verdict = isAdmin(lines) ? Verdict::Allowed : privilegeVerdict(lines.privilege, route);
   if (verdict == Verdict::Denied) {
     LOG_ERROR("Permission denied, not a priviledged user\n");

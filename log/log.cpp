@@ -324,3 +324,18 @@ int logLevelGet(void) {
   }
   return kDefaultLevel;
 }
+
+LogExcerpt::LogExcerpt(const char *text) {
+  if (text == nullptr) {
+    text_[0] = '\0';
+    return;
+  }
+  size_t length = strnlen(text, kLogExcerptBytes + 1);
+  if (length <= kLogExcerptBytes) {
+    memcpy(text_, text, length + 1);
+    return;
+  }
+  memcpy(text_, text, kLogExcerptBytes);
+  snprintf(text_ + kLogExcerptBytes, sizeof text_ - kLogExcerptBytes, "[cut, %zu bytes in all]",
+           kLogExcerptBytes + 1 + strlen(text + kLogExcerptBytes + 1));
+}

@@ -17,6 +17,21 @@ void logWrite(int level, const char *format, ...) __attribute__((format(printf, 
 void logClose(void);
 int logLevelGet(void);
 
+#include <cstddef>
+
+// A text from the request (URI, query, body) as a log line shows it: its
+// first kLogExcerptBytes, then how long it was, so that nobody can fill the
+// log, and push its earlier lines out, with a few long requests.
+constexpr size_t kLogExcerptBytes = 512;
+class LogExcerpt {
+ public:
+  explicit LogExcerpt(const char *text);
+  const char *text() const { return text_; }
+
+ private:
+  char text_[kLogExcerptBytes + 48];
+};
+
 // Every message starts with the calling function's name and line.
 #define LOG_ERROR(fmt, ...) logWrite(LOG_LEVEL_ERROR, "[%s:%d] " fmt, __func__, __LINE__ __VA_OPT__(, ) __VA_ARGS__)
 #define LOG_WARN(fmt, ...) logWrite(LOG_LEVEL_WARN, "[%s:%d] " fmt, __func__, __LINE__ __VA_OPT__(, ) __VA_ARGS__)

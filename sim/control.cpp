@@ -116,10 +116,9 @@ bool writeAll(int fd, const char *data, size_t size) {
 // replaces the state file in one step.
 int createBeside(const std::string &path, std::string &temp) {
   temp = path + ".XXXXXX";
-  int fd = mkstemp(temp.data());
-  // mkstemp's 0600 would hide the state from the other users who read it.
-  if (fd >= 0) fchmod(fd, 0644);
-  return fd;
+  // mkstemp's 0600 stays: the state holds the community strings, which
+  // are the switch's passwords.
+  return mkstemp(temp.data());
 }
 
 // The text and its newline on disk, then the file closed; false with errno.

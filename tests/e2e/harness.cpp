@@ -211,6 +211,12 @@ ProcessResult SwitchTest::call(const std::string &method, const std::string &uri
   return cgi({.method = method, .uri = uri, .body = body, .session = adminSession_.c_str()});
 }
 
+ProcessResult SwitchTest::script(const std::string &name, const std::vector<std::string> &args) {
+  std::vector<std::string> argv = {std::string(SOURCE_DIR) + "/scripts/" + name};
+  argv.insert(argv.end(), args.begin(), args.end());
+  return runProcess(argv, {"PATH=/usr/local/bin:/usr/bin:/bin"}, "", root_ + "/scratch");
+}
+
 std::string SwitchTest::ctlOk(const std::vector<std::string> &args) {
   std::vector<std::string> argv = {kBin + "/opensimctl", "--socket", socket_};
   argv.insert(argv.end(), args.begin(), args.end());

@@ -43,6 +43,8 @@ class SwitchTest : public ::testing::Test {
   ProcessResult call(const std::string &method, const std::string &uri, const std::string &body = "");
   // Each case against a fresh switch: the one call it makes, and its exact answer.
   void expectRoutes(const std::string &dir, const std::string &dataKey, const std::vector<RouteCase> &cases);
+  // Runs one of the project's scripts/ with a plain PATH.
+  ProcessResult script(const std::string &name, const std::vector<std::string> &args);
   // Runs opensimctl, which must succeed; returns what it printed.
   std::string ctlOk(const std::vector<std::string> &args);
   std::vector<std::string> calls();                         // the call log, oldest first

@@ -1,4 +1,6 @@
 // The simulated switch keeps every family's settings, as they were set, across a restart.
+#include <sys/stat.h>
+
 #include "tests/e2e/harness.h"
 
 namespace {
@@ -53,12 +55,29 @@ TEST_F(StateTest, EveryFamilysSettingsSurviveARestart) {
     ASSERT_EQ(call(c.method, kApi + c.write, c.body).out, reply(0, "Success") + "\n");
   }
   stopDaemon();
+  // The state holds the community strings: for its owner's eyes only.
+  struct stat state {};
+  ASSERT_EQ(stat((root_ + "/switch-state.json").c_str(), &state), 0);
+  EXPECT_EQ(state.st_mode & 0777, 0600u);
   startDaemon();
   for (const auto &c : cases) {
     std::string read = c.read ? c.read : c.write;
     SCOPED_TRACE(read);
     EXPECT_EQ(call("GET", kApi + read).out, reply(0, "Success", read.substr(0, read.find('/')), c.data));
   }
+}
+
+// What the login writes is seen by no other local user: they could list
+// the identifiers and lock their owners out.
+TEST_F(StateTest, LoginSessionsAreTheirOwnersAlone) {
+  std::string id = script("login", {"--root", root_ + "/login", "alice", "ro"}).out;
+  ASSERT_FALSE(id.empty());
+  id.pop_back();
+  struct stat dir {}, file {};
+  ASSERT_EQ(stat((root_ + "/login/tmp/session").c_str(), &dir), 0);
+  ASSERT_EQ(stat((root_ + "/login/tmp/session/" + id).c_str(), &file), 0);
+  EXPECT_EQ(dir.st_mode & 0777, 0700u);
+  EXPECT_EQ(file.st_mode & 0777, 0600u);
 }
 
 }  // namespace

@@ -224,13 +224,22 @@ constexpr char kForbidden[] = "Status:403\r\n\r\n";
 constexpr char kJsonHeader[] = "Content-Type: application/json\r\n\r\n";
 constexpr char kInvalidPathStart[] = "Invalid request path '";
 constexpr char kInvalidPathEnd[] = "'\n";
-constexpr char kRestPrefix[] = "/api/v2/";
 
 bool startsWith(const std::string &text, const char *prefix) { return text.compare(0, strlen(prefix), prefix) == 0; }
 
 bool endsWith(const std::string &text, const char *suffix) {
   size_t length = strlen(suffix);
   return text.size() >= length && text.compare(text.size() - length, length, suffix) == 0;
+}
+
+// Below /api/v2/ as a directory lookup reads paths: runs of "/" count as one.
+bool isRestUri(const std::string &uri) {
+  std::string folded;
+  for (char c : uri) {
+    if (c != '/' || folded.empty() || folded.back() != '/') folded += c;
+  }
+  if (!folded.empty() && folded.front() != '/') folded.insert(0, "/");
+  return startsWith(folded, "/api/v2/");
 }
 
 // Dispatch reads at most this much of the URI.
@@ -275,7 +284,7 @@ const char *cgiAnswerProblem(const std::string &answer, const std::string &uri) 
     return invalidPath ? nullptr : "a path without \"/\" must get the invalid-path text";
   }
   if (answer.empty() || answer == kForbidden) return nullptr;
-  if (!startsWith(uri, kRestPrefix)) return envelopeProblem(answer);
+  if (!isRestUri(uri)) return envelopeProblem(answer);
   if (!startsWith(answer, kJsonHeader)) return "the answer does not start with the JSON header";
   return envelopeProblem(answer.substr(strlen(kJsonHeader)));
 }

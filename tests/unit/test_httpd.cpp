@@ -84,6 +84,10 @@ INSTANTIATE_TEST_SUITE_P(
         {"/api/v2/monitoring/lldp-med/status", "GET", kJsonHeader + "h4"},
         {"/api/v2/monitoring/lldp-/status", "GET", ""},
         {"/api/v2/monitoring//lldp/status", "GET", kJsonHeader + "h3"},
+        // Empty components do not count, also those that decide the JSON header.
+        {"//api/v2/monitoring/stats/stat", "GET", kJsonHeader + "h1"},
+        {"/api//v2/monitoring/stats/stat", "GET", kJsonHeader + "h1"},
+        {"/cgi-bin//monitoring-pages/plain", "GET", "h5"},
         {"/api/v2/monitoring/snmp/community", "DELETE", kJsonHeader + "h6"},
         {"/cgi-bin/monitoring-pages/plain", "GET", "h5"},
         {"/top?a=b", "GET", "h7"},
@@ -99,7 +103,11 @@ TEST_F(HttpdTest, RefusalsAreLogged) {
   httpdAddCContent(table, "/api/v2/monitoring/stats", "stat", HTTPD_GET, 1, handler<1>);
   EXPECT_EQ(dispatch(table, "/api/v2/monitoring/stats/nope?x=1", "GET"), "");
   EXPECT_EQ(dispatch(table, "/api/v2/monitoring/stats/stat", "GET"), "Status:403\r\n\r\n");
-  for (const char *line : {"[httpdAddCContent] httpdAddCContent, dirPtr == NULL\n",
+  // A stranger's long request costs the log a bounded line.
+  std::string longQuery = "/api/v2/monitoring/stats/nope?" + std::string(7000, 'q');
+  EXPECT_EQ(dispatch(table, longQuery.c_str(), "GET"), "");
+  std::string cut = "[httpdProcessRequest] method not found:" + longQuery.substr(0, 512) + "[cut, 7030 bytes in all]\nstats\nnope\n";
+  for (const char *line : {"[httpdAddCContent] httpdAddCContent, dirPtr == NULL\n", cut.c_str(),
                            "[httpdProcessRequest] method not found:/api/v2/monitoring/stats/nope?x=1\nstats\nnope\n",
                            "[httpdProcessRequest] 403 Forbidden\n"}) {
     EXPECT_NE(box.logText().find(std::string("(ERROR): frame-test: ") + line), std::string::npos) << box.logText();

@@ -74,6 +74,10 @@ TEST_P(SessionCaseTest, DecidesAndKeepsTheFile) {
   EXPECT_TRUE(c.logLevel == nullptr || logged(c.logLevel, c.logMessage)) << box.logText();
 }
 
+// 199 characters of name and its newline fill the user line exactly.
+const std::string kLongestUser = std::string(198, 'A') + "\n0\nrw\n";
+const std::string kOverlongUser = std::string(199, 'A') + std::string(199, '0') + "rw\n99999\nro\n";
+
 // The clock reads 100000 s; a stamp 7200 s old is the oldest that passes.
 INSTANTIATE_TEST_SUITE_P(
     Sessions, SessionCaseTest,
@@ -99,6 +103,13 @@ INSTANTIATE_TEST_SUITE_P(
         SessionCase{"StampFromBeforeAReboot", "admin\n250000\n", HTTPD_GET, 1, nullptr, 0, "admin\n100000\nsid-1"},
         SessionCase{"RefreshLeavesTheFileAlone", "bob\n99000\nrw\nmore\n", HTTPD_GET, 1, "1", 0, kUnchanged},
         SessionCase{"EmptyRefreshAlsoCounts", "admin\n99000\n", HTTPD_GET, 1, "", 0, kUnchanged},
+        // A name that overruns its 200-byte line must not supply the stamp and privilege.
+        SessionCase{"UserLinePastItsLimit", kOverlongUser.c_str(), HTTPD_PUT, 1, nullptr, -1, kUnchanged, "ERROR",
+                    "Session file line missing or longer than its limit, refused\n"},
+        SessionCase{"UserLineJustWithinItsLimit", kLongestUser.c_str(), HTTPD_PUT, 1, "1", 0, kUnchanged},
+        SessionCase{"PrivilegeLinePastItsLimit", "bob\n99999\nrw-and-fifteen-more\n", HTTPD_GET, 1, nullptr, -1,
+                    kUnchanged},
+        SessionCase{"PrivilegeLineWithoutItsNewline", "bob\n99999\nrw", HTTPD_GET, 1, nullptr, -1, kUnchanged},
         SessionCase{"NoSessionFile", nullptr, HTTPD_GET, 1, nullptr, -1, kGone, "DEBUG",
                     "/tmp/session/sid-1 file not exsits, ignore\n"}),
     [](const ::testing::TestParamInfo<SessionCase> &info) { return std::string(info.param.name); });
