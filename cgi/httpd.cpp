@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <utility>
 
 #include "cgi/session.h"
 #include "log/log.h"
@@ -228,6 +229,14 @@ bool isRestPath(const char *uri) {
   return true;
 }
 
+Answer invalidPath(const char *path) {
+  constexpr char kFormat[] = "Invalid request path '%s'\n";
+  size_t size = sizeof kFormat + strlen(path);
+  CText text(static_cast<char *>(malloc(size)));
+  if (text) snprintf(text.get(), size, kFormat, path);
+  return Answer::text(std::move(text));
+}
+
 // Registration logs under the name of the interface it serves.
 #define REGISTRATION_ERROR(text) logWrite(LOG_LEVEL_ERROR, "[%s:%d] " text, "httpdAddCContent", __LINE__)
 
@@ -317,18 +326,13 @@ int httpdAddCContent(httpdTable *table, const char *dirPath, const char *opName,
   return addEntry(dir, copy, method, needsSession, handler);
 }
 
-void httpdProcessRequest(httpdTable *table) {
-  const char *uri = getenv("REQUEST_URI");
-  if (uri == nullptr) {
-    return;
-  }
+Answer httpdProcessRequest(httpdTable *table, Request &request) {
+  const char *uri = request.uri();
+  if (uri == nullptr) return Answer();
   char dirPath[kPathBufferSize];
   // The split comes before the query is cut: a "/" inside the query moves it.
   char *lastSlash = copyUri(dirPath, uri);
-  if (lastSlash == nullptr) {
-    printf("Invalid request path '%s'\n", dirPath);
-    return;
-  }
+  if (lastSlash == nullptr) return invalidPath(dirPath);
   char opName[kPathBufferSize];
   copyOpName(opName, lastSlash + 1);
   if (lastSlash == dirPath) {
@@ -337,19 +341,18 @@ void httpdProcessRequest(httpdTable *table) {
     *lastSlash = '\0';
   }
   const httpdDirNode *dir = findOrCreateDir(table, dirPath);
-  const httpdRouteEntry *route = findRoute(dir, getenv("REQUEST_METHOD"), opName);
+  const httpdRouteEntry *route = findRoute(dir, request.method(), opName);
   if (route == nullptr) {
     LOG_ERROR("method not found:%s\n%s\n%s\n", LogExcerpt(uri).text(), LogExcerpt(dir != nullptr ? dir->name : "").text(),
               LogExcerpt(opName).text());
-    return;
+    return Answer();
   }
-  if (route->needsSession != 0 && checkSessionX(getenv("HTTP_SESSION"), getenv("HTTP_REFRESH"), route) == -1) {
+  const Request::Fields &fields = request.fields();
+  if (route->needsSession != 0 && checkSessionX(fields.session, fields.refresh, route) == -1) {
     LOG_ERROR("403 Forbidden\n");
-    fputs("Status:403\r\n\r\n", stdout);
-    return;
+    return Answer::forbidden();
   }
-  if (isRestPath(uri)) {
-    fputs("Content-Type: application/json\r\n\r\n", stdout);
-  }
-  route->handler();
+  Answer answer = route->handler(request);
+  if (isRestPath(uri)) answer.addJsonHeader();
+  return answer;
 }

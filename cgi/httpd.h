@@ -1,7 +1,12 @@
 #pragma once
 #include <cstdint>
 
-typedef void (*httpdHandler)(void);
+#include "cgi/answer.h"
+#include "cgi/request.h"
+
+// A route's handler: everything it reads is in the request, everything it
+// says is in the answer.
+typedef Answer (*httpdHandler)(Request &request);
 
 enum httpdMethod { HTTPD_GET = 0, HTTPD_POST = 1, HTTPD_DELETE = 2, HTTPD_PUT = 3 };
 
@@ -27,7 +32,8 @@ struct httpdTable {
 httpdTable *httpdCreateTable(void);
 int httpdAddCContent(httpdTable *table, const char *dirPath, const char *opName, int method,
                      int needsSession, httpdHandler handler);
-void httpdProcessRequest(httpdTable *table);
+// Finds the route of `request`, checks its session and runs it.
+Answer httpdProcessRequest(httpdTable *table, Request &request);
 // The two halves of httpdAddCContent, so that a family's table finds its
 // directory once: the node for a path (created as needed; NULL when out of
 // memory), and one entry added at the head of a node's operations. The entry

@@ -1,3 +1,4 @@
+#include <cstdio>
 #include <cstdlib>
 
 #include "cgi/httpd.h"
@@ -10,6 +11,18 @@ namespace {
 
 constexpr int kLogFacilityUser = 8;
 
+int nextStdinByte(void *) { return getchar_unlocked(); }
+
+// The request as the web server hands it to a CGI program.
+Request::Fields cgiFields() {
+  return {getenv("REQUEST_METHOD"), getenv("REQUEST_URI"),   getenv("QUERY_STRING"),
+          getenv("CONTENT_LENGTH"), getenv("HTTP_SESSION"), getenv("HTTP_REFRESH")};
+}
+
+void writeAnswer(const Answer &answer) {
+  answer.writeTo([](const char *text, size_t length) { fwrite(text, 1, length, stdout); });
+}
+
 }  // namespace
 
 int main() {
@@ -21,7 +34,10 @@ int main() {
   httpdTable *table = httpdCreateTable();
   if (table == nullptr) exit(1);
   registerAllRoutes(table);
-  httpdProcessRequest(table);
+  {
+    Request request(cgiFields(), nextStdinByte, nullptr);
+    writeAnswer(httpdProcessRequest(table, request));
+  }
   openapiClientTearDown(&clientHandle);
   logClose();
   return 0;

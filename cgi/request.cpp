@@ -5,54 +5,48 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "log/log.h"
+
 namespace {
 
 constexpr size_t kQueryCopyLimit = 8192;
 constexpr size_t kSplitGrowth = 10;
 
-char *copyQueryString() {
-  const char *query = getenv("QUERY_STRING");
-  if (query == nullptr) {
-    query = "";
-  }
-  size_t len = strnlen(query, kQueryCopyLimit);
+bool isMethod(const char *method, const char *name) { return method != nullptr && strcmp(method, name) == 0; }
+bool hasQueryData(const char *method) { return isMethod(method, "GET") || isMethod(method, "DELETE"); }
+bool hasBody(const char *method) { return isMethod(method, "POST") || isMethod(method, "PUT"); }
+
+char *copyText(const char *text, size_t limit) {
+  if (text == nullptr) text = "";
+  size_t len = strnlen(text, limit);
   auto *copy = static_cast<char *>(malloc(len + 1));
   if (copy != nullptr) {
-    memcpy(copy, query, len);
+    memcpy(copy, text, len);
     copy[len] = '\0';
   }
   return copy;
 }
 
 // Anything but a plain non-negative decimal number is taken as an empty body.
-size_t contentLength() {
-  const char *text = getenv("CONTENT_LENGTH");
-  if (text == nullptr || *text == '\0') {
-    return 0;
-  }
+size_t contentLength(const char *text) {
+  if (text == nullptr || *text == '\0') return 0;
   char *end = nullptr;
   errno = 0;
   long long value = strtoll(text, &end, 10);
-  if (errno != 0 || *end != '\0' || value < 0) {
-    return 0;
-  }
+  if (errno != 0 || *end != '\0' || value < 0) return 0;
   return static_cast<size_t>(value);
 }
 
-char *readBody() {
-  size_t len = contentLength();
+// The byte read at end of input is stored before the test, so a short body
+// keeps one 0xFF after its text; handlers have always seen it that way.
+char *readBody(size_t len, Request::ByteSource nextByte, void *source, size_t *stored) {
   auto *body = static_cast<char *>(calloc(len + 1, 1));
-  if (body == nullptr) {
-    return nullptr;
-  }
-  // The byte read at end of input is stored before the test, so a short body
-  // keeps one 0xFF after its text; handlers have always seen it that way.
-  for (size_t i = 0; i < len; ++i) {
-    int c = getchar_unlocked();
-    body[i] = static_cast<char>(c);
-    if (c == EOF) {
-      break;
-    }
+  *stored = 0;
+  if (body == nullptr || nextByte == nullptr) return body;
+  while (*stored < len) {
+    int c = nextByte(source);
+    body[(*stored)++] = static_cast<char>(c);
+    if (c == EOF) break;
   }
   return body;
 }
@@ -68,43 +62,39 @@ char *copyPiece(const char *start, size_t len) {
 
 // Keeps room for the terminating NULL; a failure to grow ends the process.
 char **ensureRoom(char **array, size_t count, size_t *capacity) {
-  if (count + 1 < *capacity) {
-    return array;
-  }
+  if (count + 1 < *capacity) return array;
   size_t grown = *capacity + kSplitGrowth;
   auto *bigger = static_cast<char **>(realloc(array, grown * sizeof(char *)));
-  if (bigger == nullptr) {
-    exit(1);
-  }
+  if (bigger == nullptr) exit(1);
   *capacity = grown;
   return bigger;
 }
 
-}  // namespace
-
-char *requestDataGet(void) {
-  const char *method = getenv("REQUEST_METHOD");
-  if (method == nullptr) {
-    return nullptr;
-  }
-  if (strcmp(method, "GET") == 0 || strcmp(method, "DELETE") == 0) {
-    return copyQueryString();
-  }
-  if (strcmp(method, "POST") == 0 || strcmp(method, "PUT") == 0) {
-    return readBody();
+// The one reader of query keys: the first piece that holds `key`, and the
+// value after its first "=" or after the key's own "<key>=".
+const char *findQueryValue(char **pieces, const char *key, KeyMatch match) {
+  if (key == nullptr || pieces == nullptr) return nullptr;
+  size_t keyLength = strlen(key);
+  for (char **piece = pieces; *piece != nullptr; ++piece) {
+    if (match == KeyMatch::Contained) {
+      char *equals = strchr(*piece, '=');
+      if (equals != nullptr && strstr(*piece, key) != nullptr) return equals + 1;
+      continue;
+    }
+    for (const char *at = strstr(*piece, key); at != nullptr; at = strstr(at + 1, key)) {
+      if (at[keyLength] == '=') return at + keyLength + 1;
+    }
   }
   return nullptr;
 }
 
+}  // namespace
+
 char **queryStringSplit(const char *text) {
-  if (text == nullptr) {
-    return nullptr;
-  }
+  if (text == nullptr) return nullptr;
   size_t capacity = kSplitGrowth;
   auto *array = static_cast<char **>(malloc(capacity * sizeof(char *)));
-  if (array == nullptr) {
-    return nullptr;
-  }
+  if (array == nullptr) return nullptr;
   size_t count = 0;
   for (const char *start = text;; ++start) {
     const char *amp = strchr(start, '&');
@@ -116,33 +106,76 @@ char **queryStringSplit(const char *text) {
       return nullptr;
     }
     array[++count] = nullptr;
-    if (amp == nullptr) {
-      break;
-    }
+    if (amp == nullptr) break;
     start = amp;
   }
   return array;
 }
 
 void queryStringFree(char **array) {
-  if (array == nullptr) {
-    return;
-  }
-  for (char **entry = array; *entry != nullptr; ++entry) {
-    free(*entry);
-  }
+  if (array == nullptr) return;
+  for (char **entry = array; *entry != nullptr; ++entry) free(*entry);
   free(array);
 }
 
 char *queryParamValue(const char *key, char **array) {
-  if (key == nullptr || array == nullptr) {
-    return nullptr;
+  return const_cast<char *>(findQueryValue(array, key, KeyMatch::Contained));
+}
+
+Request::Request(const Fields &fields, ByteSource nextByte, void *source) : fields_(fields) {
+  if (hasQueryData(fields.method)) {
+    requestData_.reset(copyText(fields.query, kQueryCopyLimit));
+    requestDataLength_ = requestData_ ? strlen(requestData_.get()) : 0;
+    return;
   }
-  for (char **entry = array; *entry != nullptr; ++entry) {
-    char *equals = strchr(*entry, '=');
-    if (equals != nullptr && strstr(*entry, key) != nullptr) {
-      return equals + 1;
-    }
+  if (!hasBody(fields.method)) return;
+  announced_ = contentLength(fields.contentLength);
+  if (announced_ > kMaxBodyBytes) {
+    bodyTooLarge_ = true;
+    return;
   }
-  return nullptr;
+  requestData_.reset(readBody(announced_, nextByte, source, &requestDataLength_));
+}
+
+const char *Request::findIn(QueryArray &pieces, const char *key, KeyMatch match) {
+  const char *value = findQueryValue(pieces.get(), key, match);
+  if (value == nullptr || match == KeyMatch::Contained) return value;
+  // As long as the piece or kFollowedValueBytes, whichever ends first.
+  size_t length = strnlen(value, kFollowedValueBytes);
+  memcpy(followed_, value, length);
+  followed_[length] = '\0';
+  return followed_;
+}
+
+const char *Request::queryValue(const char *key, KeyMatch match) {
+  if (!querySplitDone_) {
+    querySplitDone_ = true;
+    queryCopy_.reset(fields_.query != nullptr ? strdup(fields_.query) : nullptr);
+    querySplit_.reset(queryCopy_ ? queryStringSplit(queryCopy_.get()) : nullptr);
+  }
+  return findIn(querySplit_, key, match);
+}
+
+const char *Request::requestDataValue(const char *key, KeyMatch match) {
+  if (!requestSplitDone_) {
+    requestSplitDone_ = true;
+    requestSplit_.reset(requestData_ ? queryStringSplit(requestData_.get()) : nullptr);
+  }
+  return findIn(requestSplit_, key, match);
+}
+
+const cJSON *Request::body() {
+  if (!bodyParsed_) {
+    bodyParsed_ = true;
+    body_.reset(requestData_ ? cJSON_ParseWithOpts(requestData_.get(), nullptr, 1) : nullptr);
+  }
+  return body_.get();
+}
+
+char *requestDataGet(const Request &request) {
+  const char *data = request.requestData();
+  if (data == nullptr) return nullptr;
+  auto *copy = static_cast<char *>(malloc(request.requestDataLength() + 1));
+  if (copy != nullptr) memcpy(copy, data, request.requestDataLength() + 1);
+  return copy;
 }

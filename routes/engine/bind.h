@@ -9,23 +9,26 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "cgi/request.h"
 #include "open/openapi.h"
 
 namespace route {
 
-class Request;
+class Inputs;
 struct Slot;
 struct Bind;
 
 // What an OpEN argument is, as far as a binding must fit it.
 enum class ArgKind : uint8_t { IntValue, IntPointer, Buffer, Address, RecordPointer };
 
-// Where a query key is found: in QUERY_STRING, in the request data of
-// requestDataGet, or by a family's own scan. NULL when the key is absent.
-using QueryFind = const char *(*)(Request &request, const char *key);
-enum class Digits : uint8_t { Unsigned, Signed };  // strtoul or strtol
+// How a family reads its query keys: in QUERY_STRING or in the request
+// data of requestDataGet (the query of a GET, the body of a PUT), which
+// piece holds the key, and whether numbers are read with strtoul or strtol.
+enum class QuerySource : uint8_t { QueryString, RequestData };
+enum class Digits : uint8_t { Unsigned, Signed };
 struct QueryReader {
-  QueryFind find;
+  QuerySource source;
+  KeyMatch match;
   Digits digits;
 };
 
@@ -68,9 +71,10 @@ enum class Value : uint8_t { Number, Text, Choice, Address, Object, List };
 enum class Show : uint8_t { Nothing, Number, Choice, Boolean, Text, Hex, Address, Ipv4HostOrder, Ipv6, Custom, Object, List, Mac };
 
 // A custom input fills the slot itself: 0, or a result code that refuses the request.
-using ReadFn = int32_t (*)(const Bind &bind, Request &request, Slot &slot);
-// A custom output adds what it shows to `data`.
-using ShowFn = void (*)(cJSON *data, const Bind &bind, const Slot &slot);
+using ReadFn = int32_t (*)(const Bind &bind, Inputs &in, Slot &slot);
+// A custom output adds what it shows to `data`; `args` are the call's
+// arguments in order, for an output that depends on an input.
+using ShowFn = void (*)(cJSON *data, const Bind &bind, const Slot &slot, const Slot *args);
 
 struct Bind {
   From from = From::Nothing;

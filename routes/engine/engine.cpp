@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "cgi/response.h"
+#include "log/log.h"
 #include "routes/engine/values.h"
 #include "tools/address.h"
 
@@ -13,8 +14,8 @@ namespace route {
 
 namespace {
 
-const cJSON *bodyMember(Request &request, const Bind &bind) {
-  const cJSON *holder = request.body();
+const cJSON *bodyMember(Inputs &in, const Bind &bind) {
+  const cJSON *holder = in.body();
   if (bind.object != nullptr) holder = cJSON_GetObjectItem(holder, bind.object);
   return cJSON_IsObject(holder) ? cJSON_GetObjectItem(holder, bind.key) : nullptr;
 }
@@ -23,17 +24,14 @@ const QueryReader &readerOf(const Bind &bind, const Family &family) {
   return bind.reader != nullptr ? *bind.reader : *family.reader;
 }
 
-int32_t readQueryNumber(const Bind &bind, const Family &family, Request &request, Slot &slot) {
-  if (!request.pinned(bind.key, &slot.num)) {
-    const QueryReader &reader = readerOf(bind, family);
-    slot.num = numberFromText(reader.find(request, bind.key), reader.digits);
-  }
+int32_t readQueryNumber(const Bind &bind, const Family &family, Inputs &in, Slot &slot) {
+  slot.num = in.number(readerOf(bind, family), bind.key);
   return bind.required && slot.num == 0 ? RC_INVALID_ARGUMENT : RC_SUCCESS;
 }
 
-int32_t readQuery(const Bind &bind, const Family &family, Request &request, Slot &slot) {
-  if (bind.value == Value::Number) return readQueryNumber(bind, family, request, slot);
-  const char *text = readerOf(bind, family).find(request, bind.key);
+int32_t readQuery(const Bind &bind, const Family &family, Inputs &in, Slot &slot) {
+  if (bind.value == Value::Number) return readQueryNumber(bind, family, in, slot);
+  const char *text = in.find(readerOf(bind, family), bind.key);
   if (bind.required && text == nullptr) return RC_INVALID_ARGUMENT;
   switch (bind.value) {
     case Value::Text: return fillText(bind, text, slot);
@@ -46,8 +44,8 @@ int32_t readQuery(const Bind &bind, const Family &family, Request &request, Slot
   return RC_SUCCESS;
 }
 
-int32_t readBody(const Bind &bind, Request &request, Slot &slot) {
-  const cJSON *item = bodyMember(request, bind);
+int32_t readBody(const Bind &bind, Inputs &in, Slot &slot) {
+  const cJSON *item = bodyMember(in, bind);
   bool fits = bind.value == Value::Number ? cJSON_IsNumber(item) : cJSON_IsString(item);
   if (bind.required && !fits) return RC_INVALID_ARGUMENT;
   const char *text = fits && bind.value != Value::Number ? item->valuestring : nullptr;
@@ -62,23 +60,23 @@ int32_t readBody(const Bind &bind, Request &request, Slot &slot) {
   return RC_SUCCESS;
 }
 
-int32_t readBodyOrQuery(const Bind &bind, const Family &family, Request &request, Slot &slot) {
-  const cJSON *item = bodyMember(request, bind);
+int32_t readBodyOrQuery(const Bind &bind, const Family &family, Inputs &in, Slot &slot) {
+  const cJSON *item = bodyMember(in, bind);
   slot.num = cJSON_IsNumber(item) ? jsonNumberToU32(item) : 0;
   if (slot.num != 0) return RC_SUCCESS;
-  return readQueryNumber(bind, family, request, slot);
+  return readQueryNumber(bind, family, in, slot);
 }
 
-int32_t readInput(const Bind &bind, const Family &family, Request &request, Slot &slot) {
+int32_t readInput(const Bind &bind, const Family &family, Inputs &in, Slot &slot) {
   switch (bind.from) {
-    case From::Query: return readQuery(bind, family, request, slot);
-    case From::Body: return readBody(bind, request, slot);
-    case From::BodyOrQuery: return readBodyOrQuery(bind, family, request, slot);
+    case From::Query: return readQuery(bind, family, in, slot);
+    case From::Body: return readBody(bind, in, slot);
+    case From::BodyOrQuery: return readBodyOrQuery(bind, family, in, slot);
     case From::Constant:
       if (bind.value == Value::Text) return fillText(bind, bind.key, slot);
       slot.num = static_cast<uint64_t>(bind.preset);
       return RC_SUCCESS;
-    case From::Custom: return bind.read(bind, request, slot);
+    case From::Custom: return bind.read(bind, in, slot);
     case From::Nothing: return RC_SUCCESS;
   }
   return RC_SUCCESS;
@@ -98,11 +96,11 @@ uint64_t narrowed(uint64_t value, uint8_t bytes) {
 
 // Interface numbers and the like that must be there before anything else is
 // read; a number that reaches OpEN as 0 (4294967296 for 32 bits) is absent.
-int32_t readRequiredQueries(const Call &call, size_t count, const Family &family, Request &request, Slot *slots) {
+int32_t readRequiredQueries(const Call &call, size_t count, const Family &family, Inputs &in, Slot *slots) {
   for (size_t i = 0; i < count; ++i) {
     const Bind &bind = call.binds[i];
     if (bind.from != From::Query || !bind.required) continue;
-    int32_t code = readQuery(bind, family, request, slots[i]);
+    int32_t code = readQuery(bind, family, in, slots[i]);
     if (code == RC_SUCCESS && bind.value == Value::Number && narrowed(slots[i].num, call.open.params[i].intBytes) == 0) {
       code = RC_INVALID_ARGUMENT;
     }
@@ -111,14 +109,14 @@ int32_t readRequiredQueries(const Call &call, size_t count, const Family &family
   return RC_SUCCESS;
 }
 
-int32_t readInputs(const Call &call, size_t count, const Family &family, Request &request, Slot *slots) {
-  int32_t code = readRequiredQueries(call, count, family, request, slots);
-  if (code == RC_SUCCESS && needsBody(call, count) && request.body() == nullptr) code = RC_INVALID_ARGUMENT;
+int32_t readInputs(const Call &call, size_t count, const Family &family, Inputs &in, Slot *slots) {
+  int32_t code = readRequiredQueries(call, count, family, in, slots);
+  if (code == RC_SUCCESS && needsBody(call, count) && in.body() == nullptr) code = RC_INVALID_ARGUMENT;
   for (size_t i = 0; i < count && code == RC_SUCCESS; ++i) {
     const Bind &bind = call.binds[i];
     if (!bind.isInput()) slots[i].num = static_cast<uint64_t>(bind.preset);
     if (bind.kind == ArgKind::Buffer && !bind.isInput()) prepareOutputBuffer(bind, slots[i]);
-    if (bind.isInput() && !(bind.from == From::Query && bind.required)) code = readInput(bind, family, request, slots[i]);
+    if (bind.isInput() && !(bind.from == From::Query && bind.required)) code = readInput(bind, family, in, slots[i]);
   }
   return code;
 }
@@ -152,11 +150,10 @@ int32_t mapped(Mapping mapping, int rc) {
   return RC_GENERAL_FAILED;
 }
 
-int runCall(const Call &call, const Family &family, Request &request, cJSON *data, int32_t *refusal,
-            bool showDefaults) {
+int runCall(const Call &call, const Family &family, Inputs &in, cJSON *data, int32_t *refusal, bool showDefaults) {
   size_t count = bindCount(call);
   Slot slots[kMaxBinds];
-  int32_t code = readInputs(call, count, family, request, slots);
+  int32_t code = readInputs(call, count, family, in, slots);
   if (code != RC_SUCCESS) {
     if (refusal != nullptr) *refusal = code;
     return OPEN_E_PARAM;
@@ -165,36 +162,43 @@ int runCall(const Call &call, const Family &family, Request &request, cJSON *dat
   if (rc != OPEN_E_NONE && !showDefaults) return rc;
   if (rc != OPEN_E_NONE) resetOutputs(call, count, slots);
   for (size_t i = 0; i < count; ++i) {
-    if (call.binds[i].isOutput()) showValue(data, call.binds[i], slots[i]);
+    if (call.binds[i].isOutput()) showValue(data, call.binds[i], slots[i], slots);
   }
   return rc;
 }
 
-}  // namespace
-
-int runCallInto(const Call &call, const Family &family, Request &request, cJSON *data, int32_t *refusal) {
-  return runCall(call, family, request, data, refusal, false);
-}
-
-void runRoute(const Route &route) {
+// A route of one OpEN call.
+Answer runRoute(const Route &route, Inputs &in) {
   const Answering &answering = *route.answering;
-  const char *dataKey = answering.family->dataKey;
-  if (answering.mapping == Mapping::Unsupported) {
-    answerWith(RC_UNSUPPORTED_FEATURE, dataKey, nullptr, answering.failed);
-    return;
-  }
-  Request request;
+  const Family &family = *answering.family;
   JsonPtr data(cJSON_CreateObject());
   int32_t refusal = RC_SUCCESS;
-  int rc = runCall(route.call, *answering.family, request, data.get(), &refusal,
-                   answering.mapping == Mapping::ShowDefaults);
-  if (refusal != RC_SUCCESS) {
-    answerWith(refusal, dataKey, nullptr, answering.refused);
-    return;
-  }
+  int rc = runCall(route.call, family, in, data.get(), &refusal, answering.mapping == Mapping::ShowDefaults);
+  if (refusal != RC_SUCCESS) return answerOf(family, refusal, nullptr, answering.refused);
   int32_t code = mapped(answering.mapping, rc);
   const cJSON *shown = code == RC_SUCCESS && hasOutputs(route.call) ? data.get() : nullptr;
-  answerWith(code, dataKey, shown, code == RC_SUCCESS ? answering.succeeded : answering.failed);
+  return answerOf(family, code, shown, code == RC_SUCCESS ? answering.succeeded : answering.failed);
+}
+
+}  // namespace
+
+int runCallInto(const Call &call, const Family &family, Inputs &in, cJSON *data, int32_t *refusal) {
+  return runCall(call, family, in, data, refusal, false);
+}
+
+Answer serveRoute(const Route &route, Request &request) {
+  const Answering &answering = *route.answering;
+  const Family &family = *answering.family;
+  if (request.bodyTooLarge()) {
+    LOG_ERROR("body of %zu bytes refused, the most a request may send is %zu\n", request.announcedLength(),
+              kMaxBodyBytes);
+    return answerOf(family, RC_INVALID_ARGUMENT, nullptr, answering.refused);
+  }
+  if (answering.mapping == Mapping::Unsupported) {
+    return answerOf(family, RC_UNSUPPORTED_FEATURE, nullptr, answering.failed);
+  }
+  Inputs in(request);
+  return isCustom(route) ? route.custom(in) : runRoute(route, in);
 }
 
 void addRoutes(httpdTable *table, const RouteGroup &group) {

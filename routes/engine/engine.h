@@ -8,11 +8,11 @@
 #include <initializer_list>
 #include <utility>
 
+#include "cgi/answer.h"
 #include "cgi/httpd.h"
 #include "routes/engine/bind.h"
+#include "routes/engine/inputs.h"
 #include "routes/engine/invoke.h"
-#include "routes/engine/request.h"
-#include "tools/answer.h"
 
 namespace route {
 
@@ -43,6 +43,10 @@ struct Call {
   Bind binds[kMaxBinds];
 };
 
+// A route that is not one call: what it reads comes from its inputs, what
+// it answers is its answer.
+using CustomFn = Answer (*)(Inputs &in);
+
 // A route is one row: its operation, its method, how it answers, and the
 // OpEN call with one binding per argument. A route that is not one call is
 // a function (`custom`); its bindings then declare, for the API description,
@@ -52,11 +56,11 @@ struct Route {
   int method;
   const Answering *answering;
   Call call;
-  httpdHandler custom;
+  CustomFn custom;
   const char *summary = nullptr;  // custom routes: what they do, in a line
 };
 
-constexpr Route custom(const char *op, int method, httpdHandler handler, const Answering &answering,
+constexpr Route custom(const char *op, int method, CustomFn handler, const Answering &answering,
                        const char *summary, std::initializer_list<Bind> declared) {
   Route route{op, method, &answering, {}, handler, summary};
   size_t at = 0;
@@ -99,29 +103,32 @@ constexpr bool callFits(const Call &call) {
   return true;
 }
 
-// Runs one route row: inputs, the call, the answer.
-void runRoute(const Route &route);
+// Answers one request of a route: what the request may not ask, the call
+// or the route's own function, the answer.
+Answer serveRoute(const Route &route, Request &request);
 
-// Runs the call with inputs from `request` and adds its outputs to `data`.
+// Runs the call with inputs from `in` and adds its outputs to `data`.
 // The OpEN result; nothing is added unless it is 0. `refusal`, when given,
 // receives a result code for inputs that refuse the call (then no call is made).
-int runCallInto(const Call &call, const Family &family, Request &request, cJSON *data, int32_t *refusal = nullptr);
+int runCallInto(const Call &call, const Family &family, Inputs &in, cJSON *data, int32_t *refusal = nullptr);
+
+// The envelope of a route's family, written as `style` says.
+inline Answer answerOf(const Family &family, int32_t code, const cJSON *data, AnswerStyle style) {
+  return Answer::envelope(code, family.dataKey, data, style);
+}
 
 // One handler per row, named by its table and index (a compiler may not take
 // a row itself as a template argument).
 template <const auto &Table, size_t I>
-void routeHandler() {
-  static_assert(callFits(Table[I].call), "a binding of this route does not fit the OpEN function it calls");
-  runRoute(Table[I]);
+Answer routeHandler(Request &request) {
+  static_assert(isCustom(Table[I]) || callFits(Table[I].call),
+                "a binding of this route does not fit the OpEN function it calls");
+  return serveRoute(Table[I], request);
 }
 
 template <const auto &Table, size_t I>
 constexpr httpdHandler handlerOf() {
-  if constexpr (Table[I].custom != nullptr) {
-    return Table[I].custom;
-  } else {
-    return &routeHandler<Table, I>;
-  }
+  return &routeHandler<Table, I>;
 }
 
 template <const auto &Table, size_t... I>

@@ -124,11 +124,11 @@ cJSON *bufferHex(const Slot &slot) {
   return cJSON_CreateString(text.get());
 }
 
-void showValue(cJSON *data, const Bind &bind, const Slot &slot) {
+void showValue(cJSON *data, const Bind &bind, const Slot &slot, const Slot *args) {
   cJSON *holder = objectFor(data, bind.outObject);
   if (holder == nullptr) return;
   if (bind.show == Show::Custom) {
-    bind.render(holder, bind, slot);
+    bind.render(holder, bind, slot, args);
     return;
   }
   cJSON_AddItemToObject(holder, bind.outKey, valueOf(bind, slot));

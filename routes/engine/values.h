@@ -24,6 +24,6 @@ cJSON *bufferText(const Slot &slot);
 cJSON *bufferHex(const Slot &slot);
 
 // Adds one output to `data` (or to its `outObject` member) as the bind shows it.
-void showValue(cJSON *data, const Bind &bind, const Slot &slot);
+void showValue(cJSON *data, const Bind &bind, const Slot &slot, const Slot *args);
 
 }  // namespace route

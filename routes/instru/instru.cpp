@@ -9,7 +9,6 @@
 #include "cgi/response.h"
 #include "routes/instru/show_version.h"
 #include "routes/families.h"
-#include "tools/answer.h"
 #include "tools/cli_show.h"
 #include "tools/common.h"
 #include "tools/paths.h"
@@ -49,7 +48,7 @@ int32_t burnedInMac(const char *path, char (&mac)[32]) {
   return mac[0] != '\0' ? RC_SUCCESS : RC_GENERAL_FAILED;
 }
 
-void macAddrGet() {
+Answer macAddrGet(route::Inputs &) {
   char name[96];
   snprintf(name, sizeof name, "/mnt/application/vexo/tmp/instru_nos_%d", static_cast<int>(getpid()));
   char rooted[512];
@@ -62,7 +61,7 @@ void macAddrGet() {
   if (path) remove(path);
   JsonPtr data(code == RC_SUCCESS ? cJSON_CreateObject() : nullptr);
   if (data) cJSON_AddStringToObject(data.get(), "mac", mac);
-  answerWith(code, kNos.dataKey, data.get(), AnswerStyle::Data);
+  return route::answerOf(kNos, code, data.get(), AnswerStyle::Data);
 }
 
 // The placeholders of features this switch lacks: no call, 17002; a read

@@ -17,7 +17,7 @@ constexpr Bind kPolicyAppType = query("policyAppType");
 
 // "numEntries" is the count as a signed number; "ids" lists the first count
 // ids, never past the list's own capacity whatever the count says.
-void showVlanList(cJSON *data, const Bind &, const Slot &slot) {
+void showVlanList(cJSON *data, const Bind &, const Slot &slot, const Slot *) {
   if (!slot.record || slot.recordSize != sizeof(open_lldp_vlan_list_t)) return;
   const auto *list = reinterpret_cast<const open_lldp_vlan_list_t *>(slot.record.get());
   cJSON_AddNumberToObject(data, "numEntries", static_cast<int32_t>(list->numEntries));
@@ -46,7 +46,7 @@ cJSON *localDeviceRow(uint32_t ifNum, uint32_t length) {
 }
 
 // Never a failure: every physical interface.
-void localDevicesGet() {
+Answer localDevicesGet(Inputs &) {
   uint32_t length = lldpMgmtStrLen();
   JsonPtr data(cJSON_CreateObject());
   cJSON *devices = cJSON_CreateArray();
@@ -54,7 +54,7 @@ void localDevicesGet() {
     forEachPhysicalInterface([&](uint32_t ifNum) { cJSON_AddItemToArray(devices, localDeviceRow(ifNum, length)); });
   }
   cJSON_AddItemToObject(data.get(), "local-devices", devices);
-  answerWith(RC_SUCCESS, kLldp.dataKey, data.get(), AnswerStyle::Data);
+  return answerOf(kLldp, RC_SUCCESS, data.get(), AnswerStyle::Data);
 }
 
 // A row of the page; a text that cannot be read is "".

@@ -15,7 +15,7 @@ namespace {
 using namespace route;
 
 // A two-byte capability field as the array [byte 0, byte 1].
-void showCapabilityBytes(cJSON *data, const Bind &bind, const Slot &slot) {
+void showCapabilityBytes(cJSON *data, const Bind &bind, const Slot &slot, const Slot *) {
   open_lldp_med_capabilities_t caps{};
   if (slot.record && slot.recordSize == sizeof caps) memcpy(&caps, slot.record.get(), sizeof caps);
   cJSON *bytes = cJSON_CreateArray();
@@ -71,7 +71,7 @@ void addInterfaceNeighbours(cJSON *devices, uint32_t ifNum, uint32_t length, uin
 }
 
 // Never a failure: the neighbours that could be read, possibly none.
-void remoteDevicesGet() {
+Answer remoteDevicesGet(Inputs &) {
   uint32_t length = lldpMgmtStrLen();
   JsonPtr data(cJSON_CreateObject());
   cJSON *devices = cJSON_CreateArray();
@@ -86,7 +86,7 @@ void remoteDevicesGet() {
         });
   }
   cJSON_AddItemToObject(data.get(), "remote-devices", devices);
-  answerWith(RC_SUCCESS, kLldp.dataKey, data.get(), AnswerStyle::Data);
+  return answerOf(kLldp, RC_SUCCESS, data.get(), AnswerStyle::Data);
 }
 
 // A row of the page; a text that cannot be read is "", the first

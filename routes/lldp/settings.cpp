@@ -54,8 +54,8 @@ constexpr const Call *kInterfaceModeReads[] = {&kTransmitModeGet, &kReceiveModeG
                                                &kTxMgmtAddrModeGet};
 
 // "tlv-type" of the body: a string naming a row of the TLV table, else the request is refused.
-int32_t tlvTypeFromBody(const Bind &bind, Request &request, Slot &slot) {
-  const cJSON *item = cJSON_GetObjectItem(request.body(), bind.key);
+int32_t tlvTypeFromBody(const Bind &bind, Inputs &in, Slot &slot) {
+  const cJSON *item = cJSON_GetObjectItem(in.body(), bind.key);
   if (!cJSON_IsString(item)) return RC_INVALID_ARGUMENT;
   slot.num = static_cast<uint64_t>(choiceValue(*bind.choices, item->valuestring));
   return slot.num >= kNoTlvType ? RC_INVALID_ARGUMENT : RC_SUCCESS;
@@ -100,16 +100,14 @@ constexpr auto outputsOf() {
 }
 
 // Only the mask's low byte is reported.
-void showMedTransmitTlvs(cJSON *data, const Bind &, const Slot &slot) {
+void showMedTransmitTlvs(cJSON *data, const Bind &, const Slot &slot, const Slot *) {
   auto low = static_cast<uint8_t>(slot.num & 0xFF);
   for (const MedTlv &tlv : lldpMedTlvTable) {
     cJSON_AddStringToObject(data, tlv.key, (low & tlv.bit) != 0 ? "enable" : "disable");
   }
 }
 
-uint32_t interfaceOfQuery(Request &request) {
-  return static_cast<uint32_t>(numberFromText(findInQueryString(request, "ifNum"), Digits::Signed));
-}
+uint32_t interfaceOfQuery(Inputs &in) { return static_cast<uint32_t>(in.number(kQueryStringSigned, "ifNum")); }
 
 // One member per optional TLV; a TLV whose read fails is left out.
 void addTlvTransmitModes(cJSON *object, uint32_t ifNum) {
@@ -120,83 +118,75 @@ void addTlvTransmitModes(cJSON *object, uint32_t ifNum) {
   }
 }
 
-void tlvTransmitModesGet() {
-  Request request;
-  uint32_t ifNum = interfaceOfQuery(request);
-  if (ifNum == 0) {
-    answerWith(RC_INVALID_ARGUMENT, kLldp.dataKey, nullptr, kSettingRead.refused);
-    return;
-  }
+Answer tlvTransmitModesGet(Inputs &in) {
+  uint32_t ifNum = interfaceOfQuery(in);
+  if (ifNum == 0) return answerOf(kLldp, RC_INVALID_ARGUMENT, nullptr, kSettingRead.refused);
   JsonPtr data(cJSON_CreateObject());
   addTlvTransmitModes(data.get(), ifNum);
-  answerWith(RC_SUCCESS, kLldp.dataKey, data.get(), kSettingRead.succeeded);
+  return answerOf(kLldp, RC_SUCCESS, data.get(), kSettingRead.succeeded);
 }
 
 // Read, modify, write: body members that are strings set or clear their
 // bit; every other bit stays as read. Every outcome is written as a line.
-void medTransmitTlvsSet() {
-  Request request;
-  uint32_t ifNum = interfaceOfQuery(request);
+Answer medTransmitTlvsSet(Inputs &in) {
+  uint32_t ifNum = interfaceOfQuery(in);
   uint16_t mask = 0;
   int32_t code = ifNum == 0 ? RC_INVALID_ARGUMENT : RC_SUCCESS;
   if (code == RC_SUCCESS && rpcclt_openapiLldpMedIntfTransmitTlvGet(&clientHandle, ifNum, &mask) != OPEN_E_NONE) {
     code = RC_GENERAL_FAILED;
   }
-  if (code == RC_SUCCESS && request.body() == nullptr) code = RC_INVALID_ARGUMENT;
+  if (code == RC_SUCCESS && in.body() == nullptr) code = RC_INVALID_ARGUMENT;
   if (code == RC_SUCCESS) {
     for (const MedTlv &tlv : lldpMedTlvTable) {
-      const cJSON *item = cJSON_GetObjectItem(request.body(), tlv.key);
+      const cJSON *item = cJSON_GetObjectItem(in.body(), tlv.key);
       if (!cJSON_IsString(item)) continue;
       bool enable = choiceValue(kEnableMode, item->valuestring) == 1;
       mask = static_cast<uint16_t>(enable ? mask | tlv.bit : mask & ~tlv.bit);
     }
     if (rpcclt_openapiLldpMedIntfTransmitTlvSet(&clientHandle, ifNum, mask) != OPEN_E_NONE) code = RC_GENERAL_FAILED;
   }
-  answerWith(code, kLldp.dataKey, nullptr, AnswerStyle::Line);
+  return answerOf(kLldp, code, nullptr, AnswerStyle::Line);
 }
 
 // Always a success, with the members whose reads succeeded.
-void statusGet() {
-  Request request;
+Answer statusGet(Inputs &in) {
   JsonPtr data(cJSON_CreateObject());
-  for (const Call *read : kStatusReads) runCallInto(*read, kLldp, request, data.get());
-  answerWith(RC_SUCCESS, kLldp.dataKey, data.get(), AnswerStyle::Data);
+  for (const Call *read : kStatusReads) runCallInto(*read, kLldp, in, data.get());
+  return answerOf(kLldp, RC_SUCCESS, data.get(), AnswerStyle::Data);
 }
 
 // The switch always reports itself as a network connectivity device.
 constexpr Choice kDeviceClassName[] = {{"Network Connectivity", 0}};
 constexpr ChoiceTable kDeviceClass = choiceTable(kDeviceClassName, false, 0, "Network Connectivity");
 
-void medStatusGet() {
-  Request request;
+Answer medStatusGet(Inputs &in) {
   JsonPtr data(cJSON_CreateObject());
-  runCallInto(kFastStartRepeatCountGet, kLldp, request, data.get());
+  runCallInto(kFastStartRepeatCountGet, kLldp, in, data.get());
   cJSON_AddStringToObject(data.get(), "device-class", choiceText(kDeviceClass, 0));
-  answerWith(RC_SUCCESS, kLldp.dataKey, data.get(), AnswerStyle::Data);
+  return answerOf(kLldp, RC_SUCCESS, data.get(), AnswerStyle::Data);
 }
 
-cJSON *interfaceStatus(Request &request, uint32_t ifNum) {
+cJSON *interfaceStatus(Inputs &in, uint32_t ifNum) {
   cJSON *status = cJSON_CreateObject();
   if (status == nullptr) return nullptr;
   cJSON_AddNumberToObject(status, "interface", ifNum);
-  request.pin("ifNum", ifNum);
-  for (const Call *read : kInterfaceModeReads) runCallInto(*read, kLldp, request, status);
+  in.pin("ifNum", ifNum);
+  for (const Call *read : kInterfaceModeReads) runCallInto(*read, kLldp, in, status);
   cJSON *tlvs = cJSON_AddObjectToObject(status, "transmit-tlv");
   if (tlvs != nullptr) addTlvTransmitModes(tlvs, ifNum);
   return status;
 }
 
 // Every physical interface.
-void allInterfaceStatusGet() {
-  Request request;
+Answer allInterfaceStatusGet(Inputs &in) {
   JsonPtr data(cJSON_CreateObject());
   cJSON *interfaces = cJSON_CreateArray();
   if (interfaces != nullptr) {
     forEachPhysicalInterface(
-        [&](uint32_t ifNum) { cJSON_AddItemToArray(interfaces, interfaceStatus(request, ifNum)); });
+        [&](uint32_t ifNum) { cJSON_AddItemToArray(interfaces, interfaceStatus(in, ifNum)); });
   }
   cJSON_AddItemToObject(data.get(), "interfaces", interfaces);
-  answerWith(RC_SUCCESS, kLldp.dataKey, data.get(), AnswerStyle::Data);
+  return answerOf(kLldp, RC_SUCCESS, data.get(), AnswerStyle::Data);
 }
 
 constexpr const Call *kMedStatusReads[] = {&kFastStartRepeatCountGet};

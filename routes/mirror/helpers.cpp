@@ -79,24 +79,6 @@ bool ipAclListed(uint32_t aclId) {
 
 }  // namespace
 
-const char *mirrorQueryParamGet(const char *key) {
-  static char value[256];
-  const char *query = getenv("QUERY_STRING");
-  if (query == nullptr || key == nullptr) return nullptr;
-  char pattern[128];
-  snprintf(pattern, sizeof pattern, "%s=", key);
-  const char *found = strstr(query, pattern);
-  if (found == nullptr) return nullptr;
-  found += strlen(pattern);
-  size_t length = strcspn(found, "&");
-  if (length > sizeof value - 1) length = sizeof value - 1;
-  memcpy(value, found, length);
-  value[length] = '\0';
-  return value;
-}
-
-const char *findInMirrorQuery(route::Request &, const char *key) { return mirrorQueryParamGet(key); }
-
 uint32_t intfNameToIfNum(const char *name) {
   if (name == nullptr) return 0;
   if (strcasecmp(name, "cpu") == 0) return firstOfType(kCpu);

@@ -1,5 +1,5 @@
 #pragma once
-// What the mirror and session routes share: the query getter, the
+// What the mirror and session routes share: how they read query keys, the
 // conversions between interface names and numbers, the IP ACL by name, and
 // the family's directions and lists.
 #include <cjson/cJSON.h>
@@ -13,11 +13,6 @@
 #include "tools/raii.h"
 
 namespace mirror {
-
-// The text after "<key>=" in QUERY_STRING (also on POST, PUT and DELETE), up
-// to the next "&", at most 255 bytes; NULL when absent. One static result,
-// overwritten by every call.
-const char *mirrorQueryParamGet(const char *key);
 
 // "cpu", "lagN" (any case), "unit/slot/port", or a decimal number; 0 for what names nothing.
 uint32_t intfNameToIfNum(const char *name);
@@ -33,8 +28,10 @@ int32_t ipAclIdByName(const char *name, uint32_t *aclId);
 constexpr const char *kMirrorDir = "/api/v2/monitoring/mirror";
 constexpr const char *kSessionDir = "/api/v2/monitoring/session";
 
-const char *findInMirrorQuery(route::Request &request, const char *key);
-constexpr route::QueryReader kMirrorQuery{findInMirrorQuery, route::Digits::Unsigned};
+// Keys come from QUERY_STRING, also on POST, PUT and DELETE: the text after
+// "<key>=" up to the next "&", at most 255 bytes.
+constexpr route::QueryReader kMirrorQuery{route::QuerySource::QueryString, KeyMatch::FollowedByEquals,
+                                          route::Digits::Unsigned};
 constexpr route::Family kMirror{kMirrorDir, "mirror", &kMirrorQuery};
 
 // Direction codes: 1 both, 2 receive only, 3 transmit only.

@@ -47,7 +47,7 @@ constexpr Bind kIntfAsked = query("intIfNum").needed();
 constexpr Bind kVlanAsked = query("vlanId").needed();
 
 // The interface as {"intIfNum", "interface"}, or {"interface": null} for 0.
-void showInterface(cJSON *data, const Bind &, const Slot &slot) {
+void showInterface(cJSON *data, const Bind &, const Slot &slot, const Slot *) {
   auto ifNum = static_cast<uint32_t>(slot.num);
   if (ifNum == 0) {
     cJSON_AddNullToObject(data, "interface");
@@ -62,38 +62,34 @@ constexpr Bind kInterfaceParts[] = {out("intIfNum").ifKnown(), outText("interfac
 constexpr Bind kInterface = outCustom("interface", ArgKind::IntPointer, showInterface).made(kInterfaceParts);
 
 // The session of a configured destination, shown only beside "configured": true.
-void showSessionWhenConfigured(cJSON *data, const Bind &bind, const Slot &slot) {
+void showSessionWhenConfigured(cJSON *data, const Bind &bind, const Slot &slot, const Slot *) {
   if (cJSON_IsTrue(cJSON_GetObjectItemCaseSensitive(data, "configured"))) {
     cJSON_AddNumberToObject(data, bind.outKey, static_cast<double>(static_cast<uint32_t>(slot.num)));
   }
 }
 constexpr Bind kSessionWhenConfigured[] = {out("sessionNum").ifKnown()};
 
-void showInterfaceList(cJSON *data, const Bind &bind, const Slot &slot) {
+void showInterfaceList(cJSON *data, const Bind &bind, const Slot &slot, const Slot *) {
   cJSON *list = cJSON_AddArrayToObject(data, bind.outKey);
   forEachListed(slot.desc.pstart, slot.capacity, kMaxInterfaces, [&](long value) {
     if (value == 0) return;
     cJSON *intf = cJSON_CreateObject();
-    showInterface(intf, bind, Slot{.num = static_cast<uint32_t>(value)});
+    showInterface(intf, bind, Slot{.num = static_cast<uint32_t>(value)}, nullptr);
     cJSON_AddItemToArray(list, intf);
   });
 }
 
-void showVlanNumbers(cJSON *data, const Bind &bind, const Slot &slot) {
+void showVlanNumbers(cJSON *data, const Bind &bind, const Slot &slot, const Slot *) {
   cJSON *list = cJSON_AddArrayToObject(data, bind.outKey);
   forEachListed(slot.desc.pstart, slot.capacity, kMaxVlans, [&](long vlan) {
     if (vlan != 0) cJSON_AddItemToArray(list, cJSON_CreateNumber(static_cast<double>(vlan)));
   });
 }
 
-uint32_t sessionInQuery() {
-  return static_cast<uint32_t>(numberFromText(mirrorQueryParamGet("sessionNum"), Digits::Unsigned));
-}
-
 // Each source port with its name and direction; the directions are asked of
-// the session the query names.
-void showSourcePorts(cJSON *data, const Bind &bind, const Slot &slot) {
-  uint32_t session = sessionInQuery();
+// the session the call named, its first argument.
+void showSourcePorts(cJSON *data, const Bind &bind, const Slot &slot, const Slot *args) {
+  auto session = static_cast<uint32_t>(args[0].num);
   cJSON *ports = cJSON_AddArrayToObject(data, bind.outKey);
   forEachListed(slot.desc.pstart, slot.capacity, kMaxInterfaces, [&](long ifNum) {
     if (ifNum != 0) cJSON_AddItemToArray(ports, sourcePortObject(session, static_cast<uint32_t>(ifNum), true));
@@ -101,7 +97,7 @@ void showSourcePorts(cJSON *data, const Bind &bind, const Slot &slot) {
 }
 
 // The attached IP ACL by number and by name; 0 and null when there is none.
-void showIpAcl(cJSON *data, const Bind &, const Slot &slot) {
+void showIpAcl(cJSON *data, const Bind &, const Slot &slot, const Slot *) {
   auto aclId = static_cast<uint32_t>(slot.num);
   cJSON_AddNumberToObject(data, "ip-acl-id", aclId);
   if (aclId == 0) {
@@ -121,12 +117,12 @@ constexpr Bind kListedNumber[] = {out(nullptr)};
 
 // The IP ACL to attach: "acl-id" of the body (else of the query), else the
 // list that the body's "acl-name" names.
-int32_t readIpAclToAttach(const Bind &, Request &request, Slot &slot) {
-  const cJSON *id = cJSON_GetObjectItem(request.body(), "acl-id");
+int32_t readIpAclToAttach(const Bind &, Inputs &in, Slot &slot) {
+  const cJSON *id = cJSON_GetObjectItem(in.body(), "acl-id");
   uint32_t aclId = cJSON_IsNumber(id) ? jsonNumberToU32(id) : 0;
-  if (aclId == 0) aclId = static_cast<uint32_t>(numberFromText(mirrorQueryParamGet("acl-id"), Digits::Unsigned));
+  if (aclId == 0) aclId = static_cast<uint32_t>(in.number(kMirrorQuery, "acl-id"));
   if (aclId == 0) {
-    const cJSON *name = cJSON_GetObjectItem(request.body(), "acl-name");
+    const cJSON *name = cJSON_GetObjectItem(in.body(), "acl-name");
     if (!cJSON_IsString(name) || name->valuestring[0] == '\0') return RC_INVALID_ARGUMENT;
     int32_t code = ipAclIdByName(name->valuestring, &aclId);
     if (code != RC_SUCCESS) return code;
@@ -171,13 +167,9 @@ class RspanVlanSetter {
 
 // "10,20-22" sets VLANs 10, 20, 21 and 22; other tokens are passed over.
 // The answer does not depend on the single calls.
-void rspanVlansSet() {
-  Request request;
-  const cJSON *list = cJSON_GetObjectItem(request.body(), "vlan-list");
-  if (!cJSON_IsString(list)) {
-    answerWith(RC_INVALID_ARGUMENT, nullptr, nullptr, AnswerStyle::Line);
-    return;
-  }
+Answer rspanVlansSet(Inputs &in) {
+  const cJSON *list = cJSON_GetObjectItem(in.body(), "vlan-list");
+  if (!cJSON_IsString(list)) return answerOf(kMirror, RC_INVALID_ARGUMENT, nullptr, AnswerStyle::Line);
   char text[256] = {0};
   strncpy(text, list->valuestring, sizeof text - 1);
   RspanVlanSetter setter;
@@ -192,7 +184,7 @@ void rspanVlansSet() {
       setter.set(first);
     }
   }
-  answerWith(RC_SUCCESS, nullptr, nullptr, AnswerStyle::Line);
+  return answerOf(kMirror, RC_SUCCESS, nullptr, AnswerStyle::Line);
 }
 
 constexpr Bind kSourcePortsParts[] = {outList("source-ports", kListedSourcePort)};

@@ -33,10 +33,8 @@ constexpr Choice kFilterTypeNames[] = {{kMacFilter, 0}, {kIpFilter, 1}};
 constexpr ChoiceTable kFilterType = choiceTable(kFilterTypeNames, true, 0, kMacFilter);
 
 // 0 when "sessionId" is absent or not a session number.
-uint32_t sessionFromQuery() {
-  const char *text = mirrorQueryParamGet("sessionId");
-  if (text == nullptr) return 0;
-  unsigned long session = strtoul(text, nullptr, 10);
+uint32_t sessionFromQuery(Inputs &in) {
+  uint64_t session = in.number(kMirrorQuery, "sessionId");
   return session >= 1 && session <= kSessions ? static_cast<uint32_t>(session) : 0;
 }
 
@@ -105,12 +103,9 @@ cJSON *aclFilterOf(uint32_t session) {
   return macPresent ? aclFilter(kMacFilter, macName) : cJSON_CreateNull();
 }
 
-void sessionConfigGet() {
-  uint32_t session = sessionFromQuery();
-  if (session == 0) {
-    answerWith(RC_INVALID_ARGUMENT, kMirror.dataKey, nullptr, AnswerStyle::Data);
-    return;
-  }
+Answer sessionConfigGet(Inputs &in) {
+  uint32_t session = sessionFromQuery(in);
+  if (session == 0) return answerOf(kMirror, RC_INVALID_ARGUMENT, nullptr, AnswerStyle::Data);
   JsonPtr document(cJSON_CreateObject());
   cJSON_AddNumberToObject(document.get(), "sessionId", session);
   uint32_t mode = 0;
@@ -121,7 +116,7 @@ void sessionConfigGet() {
   cJSON_AddItemToObject(sources, "interfaces", sourcePortsOf(session));
   cJSON_AddItemToObject(sources, "vlans", sourceVlansOf(session));
   cJSON_AddItemToObject(document.get(), "aclFilter", aclFilterOf(session));
-  answerWith(RC_SUCCESS, kMirror.dataKey, document.get(), AnswerStyle::Data);
+  return answerOf(kMirror, RC_SUCCESS, document.get(), AnswerStyle::Data);
 }
 
 bool nonEmptyArray(const cJSON *item) { return cJSON_IsArray(item) && cJSON_GetArraySize(item) > 0; }
@@ -243,13 +238,12 @@ int32_t applyDocument(uint32_t session, const cJSON *document) {
   return outcome.code;
 }
 
-void sessionConfigPut() {
-  uint32_t session = sessionFromQuery();
-  Request request;
-  const cJSON *document = session != 0 ? request.body() : nullptr;
+Answer sessionConfigPut(Inputs &in) {
+  uint32_t session = sessionFromQuery(in);
+  const cJSON *document = session != 0 ? in.body() : nullptr;
   int32_t code = document != nullptr && documentIsValid(document) ? applyDocument(session, document)
                                                                    : RC_INVALID_ARGUMENT;
-  answerWith(code, nullptr, nullptr, AnswerStyle::Line);
+  return answerOf(kMirror, code, nullptr, AnswerStyle::Line);
 }
 
 // The session document as GET writes it and PUT reads it.

@@ -41,9 +41,9 @@ uint32_t prefixLength(const cJSON *item) {
 
 // The body's "community" object as the record; absent members are no
 // access, no address, prefix 0 and an empty view name.
-int32_t communityFromBody(const Bind &bind, Request &request, Slot &slot) {
+int32_t communityFromBody(const Bind &bind, Inputs &in, Slot &slot) {
   auto *community = slot.recordAs<open_snmp_community_addr_t>();
-  const cJSON *object = cJSON_GetObjectItem(request.body(), kCommunityObject);
+  const cJSON *object = cJSON_GetObjectItem(in.body(), kCommunityObject);
   if (!cJSON_IsObject(object)) object = nullptr;
   if (community == nullptr || fillText(bind, memberText(object, "viewName"), slot) != RC_SUCCESS) {
     return RC_GENERAL_FAILED;
@@ -57,7 +57,7 @@ int32_t communityFromBody(const Bind &bind, Request &request, Slot &slot) {
 }
 
 // The record OpEN fills: its view name goes into the slot's own buffer.
-int32_t communityToFill(const Bind &bind, Request &, Slot &slot) {
+int32_t communityToFill(const Bind &bind, Inputs &, Slot &slot) {
   auto *community = slot.recordAs<open_snmp_community_addr_t>();
   if (community == nullptr) return RC_GENERAL_FAILED;
   prepareOutputBuffer(bind, slot);
@@ -72,7 +72,7 @@ void addAddress(cJSON *object, const char *key, const open_inet_addr_t &addr) {
   cJSON_AddStringToObject(object, key, text);
 }
 
-void showCommunity(cJSON *data, const Bind &bind, const Slot &slot) {
+void showCommunity(cJSON *data, const Bind &bind, const Slot &slot, const Slot *) {
   open_snmp_community_addr_t community{};
   if (slot.record && slot.recordSize == sizeof community) memcpy(&community, slot.record.get(), sizeof community);
   cJSON *object = cJSON_AddObjectToObject(data, bind.outKey);

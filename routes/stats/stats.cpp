@@ -5,7 +5,6 @@
 #include "cgi/response.h"
 #include "routes/engine/engine.h"
 #include "routes/families.h"
-#include "tools/answer.h"
 #include "tools/common.h"
 #include "tools/raii.h"
 
@@ -66,26 +65,22 @@ constexpr uint32_t kMaxCounterBlockBytes = 64 * 1024;
 
 // Two calls: the block's size, then the block. An empty block is a success
 // with nothing to show.
-void interfaceStatsGet() {
-  Request request;
-  uint32_t ifNum = static_cast<uint32_t>(numberFromText(findInQueryString(request, "ifNum"), Digits::Unsigned));
+Answer interfaceStatsGet(Inputs &in) {
+  auto ifNum = static_cast<uint32_t>(in.number(kQueryStringUnsigned, "ifNum"));
   uint32_t size = 0;
   int rc = rpcclt_openapiInterfaceStatsBufSizeGet(&clientHandle, &size);
   if (rc != OPEN_E_NONE || size == 0) {
-    answerWith(openRcToResultCode(rc), "stats", nullptr, AnswerStyle::Data);
-    return;
+    return answerOf(kStats, openRcToResultCode(rc), nullptr, AnswerStyle::Data);
   }
   // A size no switch has is answered as an allocation that failed, rather
   // than taken from the heap of a small CPU.
   if (size > kMaxCounterBlockBytes) {
-    answerWith(RC_GENERAL_FAILED, "stats", nullptr, AnswerStyle::Data);
-    return;
+    return answerOf(kStats, RC_GENERAL_FAILED, nullptr, AnswerStyle::Data);
   }
   uint32_t wordCount = size / 8;
   CText block(static_cast<char *>(calloc(wordCount + 1, sizeof(uint64_t))));
   if (!block) {
-    answerWith(RC_GENERAL_FAILED, "stats", nullptr, AnswerStyle::Data);
-    return;
+    return answerOf(kStats, RC_GENERAL_FAILED, nullptr, AnswerStyle::Data);
   }
   open_buffdesc desc = {size, block.get()};
   int32_t code = openRcToResultCode(rpcclt_openapiInterfaceStatsGet(&clientHandle, ifNum, &desc));
@@ -94,7 +89,7 @@ void interfaceStatsGet() {
     cJSON_AddItemToObject(data.get(), "counterArray",
                           counterArray(reinterpret_cast<const uint64_t *>(block.get()), wordCount));
   }
-  answerWith(code, "stats", data.get(), AnswerStyle::Data);
+  return answerOf(kStats, code, data.get(), AnswerStyle::Data);
 }
 
 constexpr Bind kCounterValue[] = {out(nullptr)};

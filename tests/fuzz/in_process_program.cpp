@@ -21,27 +21,40 @@ void applyEnvironment(const CgiEnvironment &env) {
   }
 }
 
+namespace {
+
+struct BodyReader {
+  const std::string &body;
+  size_t at = 0;
+};
+
+int nextBodyByte(void *source) {
+  auto *reader = static_cast<BodyReader *>(source);
+  if (reader->at >= reader->body.size()) return EOF;
+  return static_cast<unsigned char>(reader->body[reader->at++]);
+}
+
+const char *variable(const char *name) { return getenv(name); }
+
+}  // namespace
+
+std::string answerBytes(const Answer &answer) {
+  std::string bytes;
+  answer.writeTo([&bytes](const char *text, size_t length) { bytes.append(text, length); });
+  return bytes;
+}
+
 std::string captureRequest(httpdTable *table, const std::string &body, bool &running) {
-  char *text = nullptr;
-  size_t length = 0;
-  FILE *in = fmemopen(const_cast<char *>(body.data()), body.size(), "r");
-  FILE *out = open_memstream(&text, &length);
-  if (in == nullptr || out == nullptr) {
-    fprintf(stderr, "cannot open memory streams for a request: %s\n", strerror(errno));
-    abort();
-  }
-  FILE *savedIn = stdin, *savedOut = stdout;
-  stdin = in;
-  stdout = out;
+  BodyReader reader{body};
+  Request::Fields fields{variable("REQUEST_METHOD"), variable("REQUEST_URI"),  variable("QUERY_STRING"),
+                         variable("CONTENT_LENGTH"), variable("HTTP_SESSION"), variable("HTTP_REFRESH")};
   running = true;
-  httpdProcessRequest(table);
+  std::string answer;
+  {
+    Request request(fields, nextBodyByte, &reader);
+    answer = answerBytes(httpdProcessRequest(table, request));
+  }
   running = false;
-  stdin = savedIn;
-  stdout = savedOut;
-  fclose(in);
-  fclose(out);
-  std::string answer(text, length);
-  free(text);
   return answer;
 }
 

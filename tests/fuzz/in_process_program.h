@@ -29,9 +29,12 @@ inline constexpr struct {
 
 // Sets every variable of `env`, unsetting those it leaves out.
 void applyEnvironment(const CgiEnvironment &env);
-// Feeds `body` as standard input to httpdProcessRequest and returns what it
-// wrote to standard output. `running` is true meanwhile.
+// Answers the request the environment describes, with `body` as what the
+// web server passes on, and returns the bytes of the answer. `running` is
+// true meanwhile.
 std::string captureRequest(httpdTable *table, const std::string &body, bool &running);
+// The bytes of an answer, as the web server receives them.
+std::string answerBytes(const Answer &answer);
 
 namespace routetest {
 

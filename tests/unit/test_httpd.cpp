@@ -11,9 +11,7 @@
 #include "cgi/httpd.h"
 #include "frame_sandbox.h"
 #include "routes/families.h"
-
-using frametest::captureStdout;
-using frametest::setEnv;
+#include "tests/fuzz/in_process_program.h"
 
 namespace {
 
@@ -21,19 +19,20 @@ const std::string kJsonHeader = "Content-Type: application/json\r\n\r\n";
 
 // Each handler answers its own number, so that an answer names the route that ran.
 template <int N>
-void handler() { printf("h%d", N); }
+Answer handler(Request &) {
+  return Answer::text(CText(strdup(("h" + std::to_string(N)).c_str())));
+}
 
 class HttpdTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    box.startDebugLog();
-    for (const char *name : {"REQUEST_URI", "REQUEST_METHOD", "HTTP_SESSION", "HTTP_REFRESH"}) unsetenv(name);
-  }
+  void SetUp() override { box.startDebugLog(); }
 
   std::string dispatch(httpdTable *table, const char *uri, const char *method) {
-    setEnv("REQUEST_URI", uri);
-    setEnv("REQUEST_METHOD", method);
-    return captureStdout([table] { httpdProcessRequest(table); });
+    Request::Fields fields;
+    fields.uri = uri;
+    fields.method = method;
+    Request request(fields, nullptr, nullptr);
+    return answerBytes(httpdProcessRequest(table, request));
   }
 
   frametest::Sandbox box;

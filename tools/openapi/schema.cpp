@@ -223,7 +223,7 @@ void addOutputs(ObjectSchema &object, const Bind *binds, size_t count, const rou
 
 bool readsRequestData(const Bind &bind, const route::Family &family) {
   const route::QueryReader *reader = bind.reader != nullptr ? bind.reader : family.reader;
-  return reader != nullptr && reader->find == route::findInRequestData;
+  return reader != nullptr && reader->source == route::QuerySource::RequestData;
 }
 
 std::string requiredNote(const Bind &bind) {
