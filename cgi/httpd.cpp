@@ -91,13 +91,19 @@ bool isNamed(const httpdDirNode *node, const char *name, size_t len) {
   return node->name[len] == '\0';
 }
 
-httpdDirNode *findOrCreateChild(httpdDirNode *parent, const char *name, size_t len) {
+httpdDirNode *findChild(httpdDirNode *parent, const char *name, size_t len) {
   for (httpdDirNode *child = parent->children; child != nullptr; child = child->next) {
     if (isNamed(child, name, len)) {
       return child;
     }
   }
-  httpdDirNode *child = newDirNode(name, len);
+  return nullptr;
+}
+
+httpdDirNode *findOrCreateChild(httpdDirNode *parent, const char *name, size_t len) {
+  httpdDirNode *child = findChild(parent, name, len);
+  if (child != nullptr) return child;
+  child = newDirNode(name, len);
   if (child != nullptr) {
     child->next = parent->children;
     parent->children = child;
@@ -115,10 +121,12 @@ struct DirWalk {
 };
 
 // Only the first 1023 characters of a path count; empty components (doubled
-// slashes) are skipped. Plain loops: the few directories are walked once per
-// process, where each first use of another string routine costs more than
-// the walk itself.
-DirWalk walkDirPath(httpdTable *table, const char *dirPath) {
+// slashes) are skipped. Registration creates what is missing; a request
+// only looks, so that no request leaves anything behind in the table.
+// Plain loops: each first use of another string routine costs more than the
+// walk itself.
+enum class Missing { Create, Stop };
+DirWalk walkDirPath(httpdTable *table, const char *dirPath, Missing missing = Missing::Create) {
   constexpr size_t kMaxPathLen = kPathBufferSize - 1;
   DirWalk walk = {table->root, nullptr, 0};
   size_t i = 0;
@@ -134,7 +142,8 @@ DirWalk walkDirPath(httpdTable *table, const char *dirPath) {
     }
     walk.parent = walk.node;
     walk.parentLength = start;
-    walk.node = findOrCreateChild(walk.node, dirPath + start, i - start);
+    walk.node = missing == Missing::Create ? findOrCreateChild(walk.node, dirPath + start, i - start)
+                                           : findChild(walk.node, dirPath + start, i - start);
   }
   return walk;
 }
@@ -205,6 +214,17 @@ char *copyUri(char *dst, const char *uri) {
   }
   dst[i] = '\0';
   return lastSlash;
+}
+
+// The last non-empty component of a directory path (in place): the name of
+// the directory it leads to.
+const char *lastComponent(char *path) {
+  size_t end = strlen(path);
+  while (end > 0 && path[end - 1] == '/') --end;
+  path[end] = '\0';
+  size_t start = end;
+  while (start > 0 && path[start - 1] != '/') --start;
+  return path + start;
 }
 
 // The operation name ends where the query begins.
@@ -340,10 +360,11 @@ Answer httpdProcessRequest(httpdTable *table, Request &request) {
   } else {
     *lastSlash = '\0';
   }
-  const httpdDirNode *dir = findOrCreateDir(table, dirPath);
+  const httpdDirNode *dir = table != nullptr && table->root != nullptr ? walkDirPath(table, dirPath, Missing::Stop).node
+                                                                       : nullptr;
   const httpdRouteEntry *route = findRoute(dir, request.method(), opName);
   if (route == nullptr) {
-    LOG_ERROR("method not found:%s\n%s\n%s\n", LogExcerpt(uri).text(), LogExcerpt(dir != nullptr ? dir->name : "").text(),
+    LOG_ERROR("method not found:%s\n%s\n%s\n", LogExcerpt(uri).text(), LogExcerpt(lastComponent(dirPath)).text(),
               LogExcerpt(opName).text());
     return Answer();
   }

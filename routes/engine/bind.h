@@ -15,6 +15,7 @@
 namespace route {
 
 class Inputs;
+class Output;
 struct Slot;
 struct Bind;
 
@@ -72,9 +73,10 @@ enum class Show : uint8_t { Nothing, Number, Choice, Boolean, Text, Hex, Address
 
 // A custom input fills the slot itself: 0, or a result code that refuses the request.
 using ReadFn = int32_t (*)(const Bind &bind, Inputs &in, Slot &slot);
-// A custom output adds what it shows to `data`; `args` are the call's
-// arguments in order, for an output that depends on an input.
-using ShowFn = void (*)(cJSON *data, const Bind &bind, const Slot &slot, const Slot *args);
+// A custom output writes what it shows to `out` through the parts its
+// binding declares; `args` are the call's arguments in order, for an output
+// that depends on an input.
+using ShowFn = void (*)(Output &out, const Bind &bind, const Slot &slot, const Slot *args);
 
 struct Bind {
   From from = From::Nothing;
@@ -102,6 +104,13 @@ struct Bind {
   bool nullable = false;
   bool optional = false;
   bool strict = false;  // a choice whose other texts the route refuses
+  bool orDigits = false;  // a body number that may also come as decimal text
+  // A number a route's own code reads: the width it is read into (0: as
+  // read), and the range outside which the route refuses it with 10003.
+  uint8_t intBytes = 0;
+  bool intSigned = false;
+  bool ranged = false;
+  uint64_t low = 0, high = 0;
 
   constexpr bool isEnd() const { return from == From::Nothing && show == Show::Nothing; }
   constexpr bool isInput() const { return from != From::Nothing; }
@@ -145,6 +154,28 @@ struct Bind {
     Bind b = *this;
     b.parts = list;
     b.partCount = static_cast<uint8_t>(count);
+    return b;
+  }
+  // A number that may also be sent as decimal text.
+  constexpr Bind orDecimalText() const {
+    Bind b = *this;
+    b.orDigits = true;
+    return b;
+  }
+  // Read into an integer of type T, as the route's own code uses it.
+  template <typename T>
+  constexpr Bind of() const {
+    Bind b = *this;
+    b.intBytes = sizeof(T);
+    b.intSigned = static_cast<T>(-1) < T{0};
+    return b;
+  }
+  // Refused with 10003 outside [first, last].
+  constexpr Bind within(uint64_t first, uint64_t last) const {
+    Bind b = *this;
+    b.ranged = true;
+    b.low = first;
+    b.high = last;
     return b;
   }
   constexpr Bind strictly() const {

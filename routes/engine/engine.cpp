@@ -20,18 +20,14 @@ const cJSON *bodyMember(Inputs &in, const Bind &bind) {
   return cJSON_IsObject(holder) ? cJSON_GetObjectItem(holder, bind.key) : nullptr;
 }
 
-const QueryReader &readerOf(const Bind &bind, const Family &family) {
-  return bind.reader != nullptr ? *bind.reader : *family.reader;
-}
-
-int32_t readQueryNumber(const Bind &bind, const Family &family, Inputs &in, Slot &slot) {
-  slot.num = in.number(readerOf(bind, family), bind.key);
+int32_t readQueryNumber(const Bind &bind, Inputs &in, Slot &slot) {
+  slot.num = in.number(bind);
   return bind.required && slot.num == 0 ? RC_INVALID_ARGUMENT : RC_SUCCESS;
 }
 
-int32_t readQuery(const Bind &bind, const Family &family, Inputs &in, Slot &slot) {
-  if (bind.value == Value::Number) return readQueryNumber(bind, family, in, slot);
-  const char *text = in.find(readerOf(bind, family), bind.key);
+int32_t readQuery(const Bind &bind, Inputs &in, Slot &slot) {
+  if (bind.value == Value::Number) return readQueryNumber(bind, in, slot);
+  const char *text = in.text(bind);
   if (bind.required && text == nullptr) return RC_INVALID_ARGUMENT;
   switch (bind.value) {
     case Value::Text: return fillText(bind, text, slot);
@@ -60,18 +56,18 @@ int32_t readBody(const Bind &bind, Inputs &in, Slot &slot) {
   return RC_SUCCESS;
 }
 
-int32_t readBodyOrQuery(const Bind &bind, const Family &family, Inputs &in, Slot &slot) {
+int32_t readBodyOrQuery(const Bind &bind, Inputs &in, Slot &slot) {
   const cJSON *item = bodyMember(in, bind);
   slot.num = cJSON_IsNumber(item) ? jsonNumberToU32(item) : 0;
   if (slot.num != 0) return RC_SUCCESS;
-  return readQueryNumber(bind, family, in, slot);
+  return readQueryNumber(bind, in, slot);
 }
 
-int32_t readInput(const Bind &bind, const Family &family, Inputs &in, Slot &slot) {
+int32_t readInput(const Bind &bind, Inputs &in, Slot &slot) {
   switch (bind.from) {
-    case From::Query: return readQuery(bind, family, in, slot);
+    case From::Query: return readQuery(bind, in, slot);
     case From::Body: return readBody(bind, in, slot);
-    case From::BodyOrQuery: return readBodyOrQuery(bind, family, in, slot);
+    case From::BodyOrQuery: return readBodyOrQuery(bind, in, slot);
     case From::Constant:
       if (bind.value == Value::Text) return fillText(bind, bind.key, slot);
       slot.num = static_cast<uint64_t>(bind.preset);
@@ -96,11 +92,11 @@ uint64_t narrowed(uint64_t value, uint8_t bytes) {
 
 // Interface numbers and the like that must be there before anything else is
 // read; a number that reaches OpEN as 0 (4294967296 for 32 bits) is absent.
-int32_t readRequiredQueries(const Call &call, size_t count, const Family &family, Inputs &in, Slot *slots) {
+int32_t readRequiredQueries(const Call &call, size_t count, Inputs &in, Slot *slots) {
   for (size_t i = 0; i < count; ++i) {
     const Bind &bind = call.binds[i];
     if (bind.from != From::Query || !bind.required) continue;
-    int32_t code = readQuery(bind, family, in, slots[i]);
+    int32_t code = readQuery(bind, in, slots[i]);
     if (code == RC_SUCCESS && bind.value == Value::Number && narrowed(slots[i].num, call.open.params[i].intBytes) == 0) {
       code = RC_INVALID_ARGUMENT;
     }
@@ -109,14 +105,14 @@ int32_t readRequiredQueries(const Call &call, size_t count, const Family &family
   return RC_SUCCESS;
 }
 
-int32_t readInputs(const Call &call, size_t count, const Family &family, Inputs &in, Slot *slots) {
-  int32_t code = readRequiredQueries(call, count, family, in, slots);
+int32_t readInputs(const Call &call, size_t count, Inputs &in, Slot *slots) {
+  int32_t code = readRequiredQueries(call, count, in, slots);
   if (code == RC_SUCCESS && needsBody(call, count) && in.body() == nullptr) code = RC_INVALID_ARGUMENT;
   for (size_t i = 0; i < count && code == RC_SUCCESS; ++i) {
     const Bind &bind = call.binds[i];
     if (!bind.isInput()) slots[i].num = static_cast<uint64_t>(bind.preset);
     if (bind.kind == ArgKind::Buffer && !bind.isInput()) prepareOutputBuffer(bind, slots[i]);
-    if (bind.isInput() && !(bind.from == From::Query && bind.required)) code = readInput(bind, family, in, slots[i]);
+    if (bind.isInput() && !(bind.from == From::Query && bind.required)) code = readInput(bind, in, slots[i]);
   }
   return code;
 }
@@ -150,10 +146,10 @@ int32_t mapped(Mapping mapping, int rc) {
   return RC_GENERAL_FAILED;
 }
 
-int runCall(const Call &call, const Family &family, Inputs &in, cJSON *data, int32_t *refusal, bool showDefaults) {
+int runCall(const Call &call, Inputs &in, cJSON *data, int32_t *refusal, bool showDefaults) {
   size_t count = bindCount(call);
   Slot slots[kMaxBinds];
-  int32_t code = readInputs(call, count, family, in, slots);
+  int32_t code = readInputs(call, count, in, slots);
   if (code != RC_SUCCESS) {
     if (refusal != nullptr) *refusal = code;
     return OPEN_E_PARAM;
@@ -173,17 +169,49 @@ Answer runRoute(const Route &route, Inputs &in) {
   const Family &family = *answering.family;
   JsonPtr data(cJSON_CreateObject());
   int32_t refusal = RC_SUCCESS;
-  int rc = runCall(route.call, family, in, data.get(), &refusal, answering.mapping == Mapping::ShowDefaults);
+  int rc = runCall(route.call, in, data.get(), &refusal, answering.mapping == Mapping::ShowDefaults);
   if (refusal != RC_SUCCESS) return answerOf(family, refusal, nullptr, answering.refused);
   int32_t code = mapped(answering.mapping, rc);
   const cJSON *shown = code == RC_SUCCESS && hasOutputs(route.call) ? data.get() : nullptr;
   return answerOf(family, code, shown, code == RC_SUCCESS ? answering.succeeded : answering.failed);
 }
 
+// The declared query inputs of a custom route that refuse the request when
+// absent, 0 (in the width its code reads them) or out of their range.
+int32_t refusalOfCustom(const Call &declared, Inputs &in) {
+  for (size_t i = 0; i < bindCount(declared); ++i) {
+    const Bind &bind = declared.binds[i];
+    if (bind.from != From::Query || !bind.required) continue;
+    if (bind.value != Value::Number) {
+      if (in.text(bind) == nullptr) return RC_INVALID_ARGUMENT;
+      continue;
+    }
+    uint64_t value = narrowed(in.number(bind), bind.intBytes);
+    if (value == 0 || (bind.ranged && (value < bind.low || value > bind.high))) return RC_INVALID_ARGUMENT;
+  }
+  return RC_SUCCESS;
+}
+
+bool declaresOutputs(const Call &declared) { return hasOutputs(declared); }
+
+// A route of its own function: it answers its code, with the data it wrote
+// when the code is 0 and the route declares an answer.
+Answer runCustom(const Route &route, Inputs &in) {
+  const Answering &answering = *route.answering;
+  const Family &family = *answering.family;
+  int32_t refusal = refusalOfCustom(route.call, in);
+  if (refusal != RC_SUCCESS) return answerOf(family, refusal, nullptr, answering.refused);
+  JsonPtr data(cJSON_CreateObject());
+  Output out(data.get());
+  int32_t code = route.custom(in, out);
+  const cJSON *shown = code == RC_SUCCESS && declaresOutputs(route.call) && !out.omitted() ? data.get() : nullptr;
+  return answerOf(family, code, shown, code == RC_SUCCESS ? answering.succeeded : answering.failed);
+}
+
 }  // namespace
 
-int runCallInto(const Call &call, const Family &family, Inputs &in, cJSON *data, int32_t *refusal) {
-  return runCall(call, family, in, data, refusal, false);
+int runCallInto(const Call &call, Inputs &in, Output &out, int32_t *refusal) {
+  return runCall(call, in, out.json(), refusal, false);
 }
 
 Answer serveRoute(const Route &route, Request &request) {
@@ -197,8 +225,8 @@ Answer serveRoute(const Route &route, Request &request) {
   if (answering.mapping == Mapping::Unsupported) {
     return answerOf(family, RC_UNSUPPORTED_FEATURE, nullptr, answering.failed);
   }
-  Inputs in(request);
-  return isCustom(route) ? route.custom(in) : runRoute(route, in);
+  Inputs in(request, family.reader != nullptr ? *family.reader : kQueryStringUnsigned);
+  return isCustom(route) ? runCustom(route, in) : runRoute(route, in);
 }
 
 void addRoutes(httpdTable *table, const RouteGroup &group) {

@@ -43,9 +43,12 @@ struct Call {
   Bind binds[kMaxBinds];
 };
 
-// A route that is not one call: what it reads comes from its inputs, what
-// it answers is its answer.
-using CustomFn = Answer (*)(Inputs &in);
+// A route that is not one call: it reads its declared inputs from `in`,
+// writes its declared outputs to `out` and returns its result code. The
+// engine has refused the request already when a declared query input that
+// is needed is absent, 0 or out of its range; it answers the code with the
+// data when the code is 0, as the route's family answers.
+using CustomFn = int32_t (*)(Inputs &in, Output &out);
 
 // A route is one row: its operation, its method, how it answers, and the
 // OpEN call with one binding per argument. A route that is not one call is
@@ -107,10 +110,10 @@ constexpr bool callFits(const Call &call) {
 // or the route's own function, the answer.
 Answer serveRoute(const Route &route, Request &request);
 
-// Runs the call with inputs from `in` and adds its outputs to `data`.
-// The OpEN result; nothing is added unless it is 0. `refusal`, when given,
+// Runs the call with inputs from `in` and writes its outputs to `out`.
+// The OpEN result; nothing is written unless it is 0. `refusal`, when given,
 // receives a result code for inputs that refuse the call (then no call is made).
-int runCallInto(const Call &call, const Family &family, Inputs &in, cJSON *data, int32_t *refusal = nullptr);
+int runCallInto(const Call &call, Inputs &in, Output &out, int32_t *refusal = nullptr);
 
 // The envelope of a route's family, written as `style` says.
 inline Answer answerOf(const Family &family, int32_t code, const cJSON *data, AnswerStyle style) {

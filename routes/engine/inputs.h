@@ -10,12 +10,14 @@
 
 #include "cgi/request.h"
 #include "routes/engine/bind.h"
+#include "routes/engine/custom.h"
 
 namespace route {
 
 class Inputs {
  public:
-  explicit Inputs(Request &request) : request_(request) {}
+  // `reader`: how the route's family reads query keys that name no reader of their own.
+  Inputs(Request &request, const QueryReader &reader) : request_(request), reader_(reader) {}
   Inputs(const Inputs &) = delete;
   Inputs &operator=(const Inputs &) = delete;
 
@@ -26,6 +28,13 @@ class Inputs {
   uint64_t number(const QueryReader &reader, const char *key);
   // The parsed body; NULL when it is empty or not one JSON value.
   const cJSON *body() { return request_.body(); }
+
+  // A declared query input, read by its own reader or the family's.
+  uint64_t number(const Bind &input) { return number(readerOf(input), input.key); }
+  const char *text(const Bind &input) { return find(readerOf(input), input.key); }
+  // The body as an object of declared members; not given when it is not one.
+  BodyObject bodyObject() { return BodyObject(body()); }
+  const QueryReader &readerOf(const Bind &input) const { return input.reader != nullptr ? *input.reader : reader_; }
 
   // Later reads of `key` as a number give `value`.
   void pin(const char *key, uint64_t value);
@@ -40,6 +49,7 @@ class Inputs {
   };
 
   Request &request_;
+  const QueryReader &reader_;
   Pin pins_[kMaxPins] = {};
   size_t pinCount_ = 0;
 };

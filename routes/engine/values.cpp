@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "cgi/response.h"
+#include "routes/engine/custom.h"
 #include "tools/address.h"
 
 namespace route {
@@ -128,7 +129,8 @@ void showValue(cJSON *data, const Bind &bind, const Slot &slot, const Slot *args
   cJSON *holder = objectFor(data, bind.outObject);
   if (holder == nullptr) return;
   if (bind.show == Show::Custom) {
-    bind.render(holder, bind, slot, args);
+    Output out(holder);
+    bind.render(out, bind, slot, args);
     return;
   }
   cJSON_AddItemToObject(holder, bind.outKey, valueOf(bind, slot));

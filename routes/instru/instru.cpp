@@ -48,7 +48,9 @@ int32_t burnedInMac(const char *path, char (&mac)[32]) {
   return mac[0] != '\0' ? RC_SUCCESS : RC_GENERAL_FAILED;
 }
 
-Answer macAddrGet(route::Inputs &) {
+constexpr route::Bind kMac = route::outMac("mac");
+
+int32_t macAddrGet(route::Inputs &, route::Output &out) {
   char name[96];
   snprintf(name, sizeof name, "/mnt/application/vexo/tmp/instru_nos_%d", static_cast<int>(getpid()));
   char rooted[512];
@@ -59,9 +61,8 @@ Answer macAddrGet(route::Inputs &) {
   char mac[32];
   int32_t code = path ? burnedInMac(path, mac) : RC_GENERAL_FAILED;
   if (path) remove(path);
-  JsonPtr data(code == RC_SUCCESS ? cJSON_CreateObject() : nullptr);
-  if (data) cJSON_AddStringToObject(data.get(), "mac", mac);
-  return route::answerOf(kNos, code, data.get(), AnswerStyle::Data);
+  if (code == RC_SUCCESS) out.text(kMac, mac);
+  return code;
 }
 
 // The placeholders of features this switch lacks: no call, 17002; a read
@@ -121,7 +122,7 @@ constexpr route::Route kIfaRoutes[] = {
 using Nos = Placeholder<kNos>;
 constexpr route::Route kNosRoutes[] = {
     route::custom("mac-addr", HTTPD_GET, macAddrGet, kNosRead,
-                  "The switch's burned-in MAC address, as \"show version\" gives it", {route::outMac("mac")}),
+                  "The switch's burned-in MAC address, as \"show version\" gives it", {kMac}),
     Nos::get("time"), Nos::get("chip-family-name"),
     Nos::get("hw-max-ports"), Nos::post("lag-translate-to-notation"), Nos::get("http-port"),
     Nos::get("bst-max-snapshot"), Nos::get("bst-max-snapshot-compressed"),

@@ -41,7 +41,8 @@ constexpr route::BufferKind kPageText{257, route::SizeRule::Capacity, nullptr};
 
 // A settings route's interface: from QUERY_STRING, also on PUT, read with
 // strtol; absent or 0 refuses the request before anything else is read.
-constexpr route::Bind lldpQueryIfNumGet = route::query("ifNum").via(route::kQueryStringSigned).needed();
+constexpr route::Bind lldpQueryIfNumGet =
+    route::query("ifNum").via(route::kQueryStringSigned).of<uint32_t>().needed();
 
 // "enable" in any case enables; every other word disables.
 constexpr route::Choice kEnableName[] = {{"enable", 1}};
@@ -96,17 +97,23 @@ void forEachPhysicalInterface(Visit visit) {
 }
 
 // A text field of an aggregated route, read into a fresh zero-filled buffer
-// of length + 1 bytes described as `length`: the text, `onFailure()` when
-// OpEN fails, nothing at all when there is no memory for the buffer.
+// of length + 1 bytes described as `length`: the text; when OpEN fails,
+// null if the part may be null, else ""; nothing at all when there is no
+// memory for the buffer.
 template <typename Read>
-void addTextField(cJSON *row, const char *key, uint32_t length, Read read, cJSON *(*onFailure)()) {
+void addTextField(route::Output &row, const route::Bind &part, uint32_t length, Read read) {
   CText buffer(static_cast<char *>(calloc(length + 1u, 1)));
   if (!buffer) return;
   open_buffdesc desc{length, buffer.get()};
   bool succeeded = read(&desc) == OPEN_E_NONE;
   buffer.get()[length] = '\0';
-  cJSON_AddItemToObject(row, key, succeeded ? cJSON_CreateString(buffer.get()) : onFailure());
+  if (succeeded) {
+    row.text(part, buffer.get());
+  } else if (part.nullable) {
+    row.null(part);
+  } else {
+    row.text(part, "");
+  }
 }
-inline cJSON *emptyText() { return cJSON_CreateString(""); }
 
 }  // namespace lldp

@@ -17,54 +17,50 @@ constexpr Bind kPolicyAppType = query("policyAppType");
 
 // "numEntries" is the count as a signed number; "ids" lists the first count
 // ids, never past the list's own capacity whatever the count says.
-void showVlanList(cJSON *data, const Bind &, const Slot &slot, const Slot *) {
+constexpr Bind kVlanCount = out("numEntries");
+constexpr Bind kVlanId[] = {out(nullptr)};
+constexpr Bind kVlanIds = outList("ids", kVlanId);
+constexpr Bind kVlanListShown[] = {kVlanCount, kVlanIds};
+
+void showVlanList(Output &out, const Bind &, const Slot &slot, const Slot *) {
   if (!slot.record || slot.recordSize != sizeof(open_lldp_vlan_list_t)) return;
   const auto *list = reinterpret_cast<const open_lldp_vlan_list_t *>(slot.record.get());
-  cJSON_AddNumberToObject(data, "numEntries", static_cast<int32_t>(list->numEntries));
-  cJSON *ids = cJSON_AddArrayToObject(data, "ids");
-  for (uint32_t i = 0; ids != nullptr && i < list->numEntries && i < std::size(list->ids); ++i) {
-    cJSON_AddItemToArray(ids, cJSON_CreateNumber(list->ids[i]));
-  }
-}
-
-constexpr Bind kVlanId[] = {out(nullptr)};
-constexpr Bind kVlanListShown[] = {out("numEntries"), outList("ids", kVlanId)};
-
-// One interface: its port ID and description, "" when a read fails.
-cJSON *localDeviceRow(uint32_t ifNum, uint32_t length) {
-  cJSON *row = cJSON_CreateObject();
-  if (row == nullptr) return nullptr;
-  cJSON_AddNumberToObject(row, "interface", ifNum);
-  uint32_t subtype = 0;
-  addTextField(row, "port-id", length, [&](open_buffdesc *text) {
-    return rpcclt_openapiLldpIntfLocalDevicePortIdGet(&clientHandle, ifNum, &subtype, text);
-  }, emptyText);
-  addTextField(row, "port-description", length, [&](open_buffdesc *text) {
-    return rpcclt_openapiLldpIntfLocalDevicePortDescGet(&clientHandle, ifNum, text);
-  }, emptyText);
-  return row;
-}
-
-// Never a failure: every physical interface.
-Answer localDevicesGet(Inputs &) {
-  uint32_t length = lldpMgmtStrLen();
-  JsonPtr data(cJSON_CreateObject());
-  cJSON *devices = cJSON_CreateArray();
-  if (devices != nullptr) {
-    forEachPhysicalInterface([&](uint32_t ifNum) { cJSON_AddItemToArray(devices, localDeviceRow(ifNum, length)); });
-  }
-  cJSON_AddItemToObject(data.get(), "local-devices", devices);
-  return answerOf(kLldp, RC_SUCCESS, data.get(), AnswerStyle::Data);
+  out.number(kVlanCount, static_cast<int32_t>(list->numEntries));
+  List ids = out.list(kVlanIds);
+  for (uint32_t i = 0; i < list->numEntries && i < std::size(list->ids); ++i) ids.addNumber(list->ids[i]);
 }
 
 // A row of the page; a text that cannot be read is "".
-constexpr Bind kLocalDeviceParts[] = {out("interface"), outText("port-id", kPageText),
-                                      outText("port-description", kPageText)};
+constexpr Bind kRowInterface = out("interface");
+constexpr Bind kRowPortId = outText("port-id", kPageText);
+constexpr Bind kRowPortDescription = outText("port-description", kPageText);
+constexpr Bind kLocalDeviceParts[] = {kRowInterface, kRowPortId, kRowPortDescription};
+constexpr Bind kLocalDevices = outList("local-devices", kLocalDeviceParts);
+
+// One interface: its port ID and description.
+void addLocalDevice(Output row, uint32_t ifNum, uint32_t length) {
+  row.number(kRowInterface, ifNum);
+  uint32_t subtype = 0;
+  addTextField(row, kRowPortId, length, [&](open_buffdesc *text) {
+    return rpcclt_openapiLldpIntfLocalDevicePortIdGet(&clientHandle, ifNum, &subtype, text);
+  });
+  addTextField(row, kRowPortDescription, length, [&](open_buffdesc *text) {
+    return rpcclt_openapiLldpIntfLocalDevicePortDescGet(&clientHandle, ifNum, text);
+  });
+}
+
+// Never a failure: every physical interface.
+int32_t localDevicesGet(Inputs &, Output &out) {
+  uint32_t length = lldpMgmtStrLen();
+  List devices = out.list(kLocalDevices);
+  forEachPhysicalInterface([&](uint32_t ifNum) { addLocalDevice(devices.addObject(), ifNum, length); });
+  return RC_SUCCESS;
+}
 
 constexpr Route kLocalDeviceRoutes[] = {
     custom("local-device", HTTPD_GET, localDevicesGet, kPageRead,
            "What the switch advertises on each physical interface: port ID and description",
-           {outList("local-devices", kLocalDeviceParts)}),
+           {kLocalDevices}),
     {"intf-local-device-chassis-id", HTTPD_GET, &kDeviceRead,
      {open<rpcclt_openapiLldpIntfLocalDeviceChassisIdGet>,
       {kIfNum, out("chassisIdSubtype"), outText("chassisId", kLongText)}}},

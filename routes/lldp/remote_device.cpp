@@ -15,12 +15,11 @@ namespace {
 using namespace route;
 
 // A two-byte capability field as the array [byte 0, byte 1].
-void showCapabilityBytes(cJSON *data, const Bind &bind, const Slot &slot, const Slot *) {
+void showCapabilityBytes(Output &out, const Bind &bind, const Slot &slot, const Slot *) {
   open_lldp_med_capabilities_t caps{};
   if (slot.record && slot.recordSize == sizeof caps) memcpy(&caps, slot.record.get(), sizeof caps);
-  cJSON *bytes = cJSON_CreateArray();
-  for (uint8_t byte : caps.bitmap) cJSON_AddItemToArray(bytes, cJSON_CreateNumber(byte));
-  cJSON_AddItemToObject(data, bind.outKey, bytes);
+  List bytes = out.list(bind.parts[0]);
+  for (uint8_t byte : caps.bitmap) bytes.addNumber(byte);
 }
 constexpr Bind kByte[] = {out(nullptr)};
 constexpr Bind kSupportedBytes[] = {outList("supportedCapabilities", kByte)};
@@ -30,35 +29,46 @@ constexpr Bind kSupportedCapabilities =
 constexpr Bind kEnabledCapabilities =
     record<open_lldp_med_capabilities_t>(nullptr, showCapabilityBytes, "enabledCapabilities").made(kEnabledBytes);
 
-// One neighbour of the table. Its identity reads give "" when they fail;
-// the first organisationally defined TLV's OUI and subtype give null.
-cJSON *remoteDeviceRow(uint32_t ifNum, uint32_t remIndex, uint32_t timeStamp, uint32_t length) {
-  cJSON *row = cJSON_CreateObject();
-  if (row == nullptr) return nullptr;
-  cJSON_AddNumberToObject(row, "interface", ifNum);
+// A row of the page; a text that cannot be read is "", the first
+// organisationally defined TLV null.
+constexpr Bind kRowInterface = out("interface");
+constexpr Bind kRowChassisId = outText("chassis-id", kPageText);
+constexpr Bind kRowPortId = outText("port-id", kPageText);
+constexpr Bind kRowSystemName = outText("system-name", kPageText);
+constexpr Bind kRowOrgDefOui = outText("org-def-oui", kPageText).orNull();
+constexpr Bind kRowOrgDefSubtype = out("org-def-subtype").orNull();
+constexpr Bind kRemoteDeviceParts[] = {kRowInterface, kRowChassisId,    kRowPortId,
+                                       kRowSystemName, kRowOrgDefOui, kRowOrgDefSubtype};
+constexpr Bind kRemoteDevices = outList("remote-devices", kRemoteDeviceParts);
+
+// One neighbour of the table.
+void addRemoteDevice(Output row, uint32_t ifNum, uint32_t remIndex, uint32_t timeStamp, uint32_t length) {
+  row.number(kRowInterface, ifNum);
   uint32_t subtype = 0;
-  addTextField(row, "chassis-id", length, [&](open_buffdesc *text) {
+  addTextField(row, kRowChassisId, length, [&](open_buffdesc *text) {
     return rpcclt_openapiLldpIntfRemoteDeviceChassisIdGet(&clientHandle, ifNum, remIndex, timeStamp, &subtype, text);
-  }, emptyText);
-  addTextField(row, "port-id", length, [&](open_buffdesc *text) {
+  });
+  addTextField(row, kRowPortId, length, [&](open_buffdesc *text) {
     return rpcclt_openapiLldpIntfRemoteDevicePortIdGet(&clientHandle, ifNum, remIndex, timeStamp, &subtype, text);
-  }, emptyText);
-  addTextField(row, "system-name", length, [&](open_buffdesc *text) {
+  });
+  addTextField(row, kRowSystemName, length, [&](open_buffdesc *text) {
     return rpcclt_openapiLldpIntfRemoteDeviceSystemNameGet(&clientHandle, ifNum, remIndex, timeStamp, text);
-  }, emptyText);
-  addTextField(row, "org-def-oui", length, [&](open_buffdesc *text) {
+  });
+  addTextField(row, kRowOrgDefOui, length, [&](open_buffdesc *text) {
     return rpcclt_openapiLldpRemOrgDefOUIGet(&clientHandle, ifNum, remIndex, timeStamp, 0, text);
-  }, cJSON_CreateNull);
+  });
   uint32_t orgSubtype = 0;
-  int rc = rpcclt_openapiLldpRemOrgDefSubtypeGet(&clientHandle, ifNum, remIndex, timeStamp, 0, &orgSubtype);
-  cJSON_AddItemToObject(row, "org-def-subtype", rc == OPEN_E_NONE ? cJSON_CreateNumber(orgSubtype) : cJSON_CreateNull());
-  return row;
+  if (rpcclt_openapiLldpRemOrgDefSubtypeGet(&clientHandle, ifNum, remIndex, timeStamp, 0, &orgSubtype) == OPEN_E_NONE) {
+    row.number(kRowOrgDefSubtype, orgSubtype);
+  } else {
+    row.null(kRowOrgDefSubtype);
+  }
 }
 
 // The interface's neighbours, in OpEN's (remIndex, timeStamp) order; the
 // walk stops when OpEN fails or the pair does not advance, and after
 // `*budget` neighbours of the whole table.
-void addInterfaceNeighbours(cJSON *devices, uint32_t ifNum, uint32_t length, uint32_t *budget) {
+void addInterfaceNeighbours(List &devices, uint32_t ifNum, uint32_t length, uint32_t *budget) {
   uint32_t remIndex = 0, timeStamp = 0;
   while (*budget > 0) {
     uint32_t lastIndex = remIndex, lastStamp = timeStamp;
@@ -66,40 +76,30 @@ void addInterfaceNeighbours(cJSON *devices, uint32_t ifNum, uint32_t length, uin
     bool advanced = remIndex > lastIndex || (remIndex == lastIndex && timeStamp > lastStamp);
     if (!advanced) return;
     --*budget;
-    cJSON_AddItemToArray(devices, remoteDeviceRow(ifNum, remIndex, timeStamp, length));
+    addRemoteDevice(devices.addObject(), ifNum, remIndex, timeStamp, length);
   }
 }
 
 // Never a failure: the neighbours that could be read, possibly none.
-Answer remoteDevicesGet(Inputs &) {
+int32_t remoteDevicesGet(Inputs &, Output &out) {
   uint32_t length = lldpMgmtStrLen();
-  JsonPtr data(cJSON_CreateObject());
-  cJSON *devices = cJSON_CreateArray();
+  List devices = out.list(kRemoteDevices);
   uint32_t budget = kMaxLldpNeighbours;
-  if (devices != nullptr) {
-    walkAscending(
-        kMaxInterfaces, [](uint32_t *ifNum) { return rpcclt_openapiLldpRemoteIntfFirstGet(&clientHandle, ifNum); },
-        [](uint32_t ifNum, uint32_t *next) { return rpcclt_openapiLldpRemoteIntfNextGet(&clientHandle, ifNum, next); },
-        [&](uint32_t ifNum) {
-          addInterfaceNeighbours(devices, ifNum, length, &budget);
-          return budget > 0;
-        });
-  }
-  cJSON_AddItemToObject(data.get(), "remote-devices", devices);
-  return answerOf(kLldp, RC_SUCCESS, data.get(), AnswerStyle::Data);
+  walkAscending(
+      kMaxInterfaces, [](uint32_t *ifNum) { return rpcclt_openapiLldpRemoteIntfFirstGet(&clientHandle, ifNum); },
+      [](uint32_t ifNum, uint32_t *next) { return rpcclt_openapiLldpRemoteIntfNextGet(&clientHandle, ifNum, next); },
+      [&](uint32_t ifNum) {
+        addInterfaceNeighbours(devices, ifNum, length, &budget);
+        return budget > 0;
+      });
+  return RC_SUCCESS;
 }
-
-// A row of the page; a text that cannot be read is "", the first
-// organisationally defined TLV null.
-constexpr Bind kRemoteDeviceParts[] = {
-    out("interface"), outText("chassis-id", kPageText), outText("port-id", kPageText),
-    outText("system-name", kPageText), outText("org-def-oui", kPageText).orNull(), out("org-def-subtype").orNull()};
 
 constexpr Route kRemoteDeviceRoutes[] = {
     custom("remote-device", HTTPD_GET, remoteDevicesGet, kPageRead,
            "Every neighbour of every interface: its chassis and port IDs, system name and first "
            "organisationally defined TLV",
-           {outList("remote-devices", kRemoteDeviceParts)}),
+           {kRemoteDevices}),
     {"remote-intf-first", HTTPD_GET, &kDeviceRead, {open<rpcclt_openapiLldpRemoteIntfFirstGet>, {out("ifNum")}}},
     {"remote-intf-next", HTTPD_GET, &kDeviceRead,
      {open<rpcclt_openapiLldpRemoteIntfNextGet>, {query("ifNum"), out("nextIfNum")}}},

@@ -54,16 +54,15 @@ constexpr const Call *kInterfaceModeReads[] = {&kTransmitModeGet, &kReceiveModeG
                                                &kTxMgmtAddrModeGet};
 
 // "tlv-type" of the body: a string naming a row of the TLV table, else the request is refused.
+constexpr Bind kTlvTypePart[] = {bodyChoice("tlv-type", lldpTlvTypeTable).needed().strictly()};
 int32_t tlvTypeFromBody(const Bind &bind, Inputs &in, Slot &slot) {
-  const cJSON *item = cJSON_GetObjectItem(in.body(), bind.key);
-  if (!cJSON_IsString(item)) return RC_INVALID_ARGUMENT;
-  slot.num = static_cast<uint64_t>(choiceValue(*bind.choices, item->valuestring));
+  const Bind &tlvType = bind.parts[0];
+  const char *text = in.bodyObject().text(tlvType);
+  if (text == nullptr) return RC_INVALID_ARGUMENT;
+  slot.num = static_cast<uint64_t>(choiceValue(*tlvType.choices, text));
   return slot.num >= kNoTlvType ? RC_INVALID_ARGUMENT : RC_SUCCESS;
 }
-constexpr Bind kTlvTypePart[] = {bodyChoice("tlv-type", lldpTlvTypeTable).needed().strictly()};
-constexpr Bind kTlvTypeInBody =
-    Bind{.from = From::Custom, .key = "tlv-type", .choices = &lldpTlvTypeTable, .read = tlvTypeFromBody}.made(
-        kTlvTypePart);
+constexpr Bind kTlvTypeInBody = customInput(ArgKind::IntValue, tlvTypeFromBody).made(kTlvTypePart);
 
 // Answer members and body members named by a table, one per row.
 template <typename Row, size_t N, typename Make>
@@ -100,101 +99,87 @@ constexpr auto outputsOf() {
 }
 
 // Only the mask's low byte is reported.
-void showMedTransmitTlvs(cJSON *data, const Bind &, const Slot &slot, const Slot *) {
+void showMedTransmitTlvs(Output &out, const Bind &, const Slot &slot, const Slot *) {
   auto low = static_cast<uint8_t>(slot.num & 0xFF);
-  for (const MedTlv &tlv : lldpMedTlvTable) {
-    cJSON_AddStringToObject(data, tlv.key, (low & tlv.bit) != 0 ? "enable" : "disable");
+  for (size_t i = 0; i < std::size(lldpMedTlvTable); ++i) {
+    out.choice(kMedTlvModeParts[i], (low & lldpMedTlvTable[i].bit) != 0 ? 1 : 0);
   }
 }
-
-uint32_t interfaceOfQuery(Inputs &in) { return static_cast<uint32_t>(in.number(kQueryStringSigned, "ifNum")); }
 
 // One member per optional TLV; a TLV whose read fails is left out.
-void addTlvTransmitModes(cJSON *object, uint32_t ifNum) {
-  for (const Choice &tlv : kTlvTypes) {
+void addTlvTransmitModes(Output &out, uint32_t ifNum) {
+  for (size_t i = 0; i < std::size(kTlvTypes); ++i) {
     uint32_t mode = 0;
-    int rc = rpcclt_openapiLldpIntfTLVTransmitModeGet(&clientHandle, ifNum, static_cast<uint32_t>(tlv.value), &mode);
-    if (rc == OPEN_E_NONE) cJSON_AddStringToObject(object, tlv.text, choiceText(kEnableMode, mode));
+    auto type = static_cast<uint32_t>(kTlvTypes[i].value);
+    int rc = rpcclt_openapiLldpIntfTLVTransmitModeGet(&clientHandle, ifNum, type, &mode);
+    if (rc == OPEN_E_NONE) out.choice(kTlvModeParts[i], mode);
   }
 }
 
-Answer tlvTransmitModesGet(Inputs &in) {
-  uint32_t ifNum = interfaceOfQuery(in);
-  if (ifNum == 0) return answerOf(kLldp, RC_INVALID_ARGUMENT, nullptr, kSettingRead.refused);
-  JsonPtr data(cJSON_CreateObject());
-  addTlvTransmitModes(data.get(), ifNum);
-  return answerOf(kLldp, RC_SUCCESS, data.get(), kSettingRead.succeeded);
+int32_t tlvTransmitModesGet(Inputs &in, Output &out) {
+  addTlvTransmitModes(out, static_cast<uint32_t>(in.number(lldpQueryIfNumGet)));
+  return RC_SUCCESS;
 }
 
 // Read, modify, write: body members that are strings set or clear their
 // bit; every other bit stays as read. Every outcome is written as a line.
-Answer medTransmitTlvsSet(Inputs &in) {
-  uint32_t ifNum = interfaceOfQuery(in);
+int32_t medTransmitTlvsSet(Inputs &in, Output &) {
+  auto ifNum = static_cast<uint32_t>(in.number(lldpQueryIfNumGet));
   uint16_t mask = 0;
-  int32_t code = ifNum == 0 ? RC_INVALID_ARGUMENT : RC_SUCCESS;
-  if (code == RC_SUCCESS && rpcclt_openapiLldpMedIntfTransmitTlvGet(&clientHandle, ifNum, &mask) != OPEN_E_NONE) {
-    code = RC_GENERAL_FAILED;
+  if (rpcclt_openapiLldpMedIntfTransmitTlvGet(&clientHandle, ifNum, &mask) != OPEN_E_NONE) return RC_GENERAL_FAILED;
+  if (in.body() == nullptr) return RC_INVALID_ARGUMENT;
+  BodyObject body = in.bodyObject();
+  for (size_t i = 0; i < std::size(lldpMedTlvTable); ++i) {
+    if (!body.has(kMedTlvBodyParts[i])) continue;
+    bool enable = body.choice(kMedTlvBodyParts[i]) == 1;
+    uint8_t bit = lldpMedTlvTable[i].bit;
+    mask = static_cast<uint16_t>(enable ? mask | bit : mask & ~bit);
   }
-  if (code == RC_SUCCESS && in.body() == nullptr) code = RC_INVALID_ARGUMENT;
-  if (code == RC_SUCCESS) {
-    for (const MedTlv &tlv : lldpMedTlvTable) {
-      const cJSON *item = cJSON_GetObjectItem(in.body(), tlv.key);
-      if (!cJSON_IsString(item)) continue;
-      bool enable = choiceValue(kEnableMode, item->valuestring) == 1;
-      mask = static_cast<uint16_t>(enable ? mask | tlv.bit : mask & ~tlv.bit);
-    }
-    if (rpcclt_openapiLldpMedIntfTransmitTlvSet(&clientHandle, ifNum, mask) != OPEN_E_NONE) code = RC_GENERAL_FAILED;
-  }
-  return answerOf(kLldp, code, nullptr, AnswerStyle::Line);
+  if (rpcclt_openapiLldpMedIntfTransmitTlvSet(&clientHandle, ifNum, mask) != OPEN_E_NONE) return RC_GENERAL_FAILED;
+  return RC_SUCCESS;
 }
 
 // Always a success, with the members whose reads succeeded.
-Answer statusGet(Inputs &in) {
-  JsonPtr data(cJSON_CreateObject());
-  for (const Call *read : kStatusReads) runCallInto(*read, kLldp, in, data.get());
-  return answerOf(kLldp, RC_SUCCESS, data.get(), AnswerStyle::Data);
+int32_t statusGet(Inputs &in, Output &out) {
+  for (const Call *read : kStatusReads) runCallInto(*read, in, out);
+  return RC_SUCCESS;
 }
 
 // The switch always reports itself as a network connectivity device.
 constexpr Choice kDeviceClassName[] = {{"Network Connectivity", 0}};
 constexpr ChoiceTable kDeviceClass = choiceTable(kDeviceClassName, false, 0, "Network Connectivity");
+constexpr Bind kDeviceClassShown = outChoice("device-class", kDeviceClass);
 
-Answer medStatusGet(Inputs &in) {
-  JsonPtr data(cJSON_CreateObject());
-  runCallInto(kFastStartRepeatCountGet, kLldp, in, data.get());
-  cJSON_AddStringToObject(data.get(), "device-class", choiceText(kDeviceClass, 0));
-  return answerOf(kLldp, RC_SUCCESS, data.get(), AnswerStyle::Data);
+int32_t medStatusGet(Inputs &in, Output &out) {
+  runCallInto(kFastStartRepeatCountGet, in, out);
+  out.choice(kDeviceClassShown, 0);
+  return RC_SUCCESS;
 }
 
-cJSON *interfaceStatus(Inputs &in, uint32_t ifNum) {
-  cJSON *status = cJSON_CreateObject();
-  if (status == nullptr) return nullptr;
-  cJSON_AddNumberToObject(status, "interface", ifNum);
-  in.pin("ifNum", ifNum);
-  for (const Call *read : kInterfaceModeReads) runCallInto(*read, kLldp, in, status);
-  cJSON *tlvs = cJSON_AddObjectToObject(status, "transmit-tlv");
-  if (tlvs != nullptr) addTlvTransmitModes(tlvs, ifNum);
-  return status;
+constexpr auto kInterfaceModeParts = outputsOf<kInterfaceModeReads>();
+constexpr Bind kStatusInterface = out("interface");
+constexpr Bind kTransmitTlvs = outObject("transmit-tlv", kTlvModeParts);
+constexpr Bind kInterfaceStatusParts[] = {kStatusInterface, outMembers(kInterfaceModeParts), kTransmitTlvs};
+constexpr Bind kInterfaces = outList("interfaces", kInterfaceStatusParts);
+
+void addInterfaceStatus(Inputs &in, Output row, uint32_t ifNum) {
+  row.number(kStatusInterface, ifNum);
+  in.pin(lldpQueryIfNumGet.key, ifNum);
+  for (const Call *read : kInterfaceModeReads) runCallInto(*read, in, row);
+  Output tlvs = row.object(kTransmitTlvs);
+  addTlvTransmitModes(tlvs, ifNum);
 }
 
 // Every physical interface.
-Answer allInterfaceStatusGet(Inputs &in) {
-  JsonPtr data(cJSON_CreateObject());
-  cJSON *interfaces = cJSON_CreateArray();
-  if (interfaces != nullptr) {
-    forEachPhysicalInterface(
-        [&](uint32_t ifNum) { cJSON_AddItemToArray(interfaces, interfaceStatus(in, ifNum)); });
-  }
-  cJSON_AddItemToObject(data.get(), "interfaces", interfaces);
-  return answerOf(kLldp, RC_SUCCESS, data.get(), AnswerStyle::Data);
+int32_t allInterfaceStatusGet(Inputs &in, Output &out) {
+  List interfaces = out.list(kInterfaces);
+  forEachPhysicalInterface([&](uint32_t ifNum) { addInterfaceStatus(in, interfaces.addObject(), ifNum); });
+  return RC_SUCCESS;
 }
 
 constexpr const Call *kMedStatusReads[] = {&kFastStartRepeatCountGet};
 constexpr auto kStatusParts = outputsOf<kStatusReads>();
 constexpr auto kMedStatusParts = outputsOf<kMedStatusReads>();
-constexpr auto kInterfaceModeParts = outputsOf<kInterfaceModeReads>();
-constexpr Bind kInterfaceStatusParts[] = {out("interface"), outMembers(kInterfaceModeParts),
-                                          outObject("transmit-tlv", kTlvModeParts)};
 
 constexpr Route kSettingsRoutes[] = {
     {"tx-hold", HTTPD_GET, &kSettingRead, kTxHoldGet},
@@ -250,9 +235,9 @@ constexpr Route kSettingsRoutes[] = {
            {outMembers(kStatusParts)}),
     custom("all-interface-status", HTTPD_GET, allInterfaceStatusGet, kPageRead,
            "The LLDP modes and optional TLVs of every physical interface",
-           {outList("interfaces", kInterfaceStatusParts)}),
+           {kInterfaces}),
     custom("med-status", HTTPD_GET, medStatusGet, kPageRead, "The LLDP-MED fast start repeat count and device class",
-           {outMembers(kMedStatusParts), outChoice("device-class", kDeviceClass)}),
+           {outMembers(kMedStatusParts), kDeviceClassShown}),
     // Unlike the other settings, the interface comes from the request data,
     // may be absent (0 asks for the first), and failures are mapped.
     {"intf-next", HTTPD_GET, &kDeviceRead, {open<rpcclt_openapiLldpIntfNextGet>, {query("ifNum"), out("nextIfNum")}}},

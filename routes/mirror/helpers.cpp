@@ -131,18 +131,16 @@ int32_t ipAclIdByName(const char *name, uint32_t *aclId) {
   return RC_SUCCESS;
 }
 
-cJSON *sourcePortObject(uint32_t session, uint32_t ifNum, bool withNumber) {
-  cJSON *port = cJSON_CreateObject();
-  if (withNumber) cJSON_AddNumberToObject(port, "intIfNum", ifNum);
+void writeSourcePort(route::Output row, uint32_t session, uint32_t ifNum, bool withNumber) {
+  if (withNumber) row.number(kPortNumber, ifNum);
   char name[64];
   ifNumToIntfName(ifNum, name);
-  cJSON_AddStringToObject(port, "interface", name);
+  row.text(kPortName, name);
   uint32_t direction = kBoth;
   if (rpcclt_openapiMirrorSourcePortDirectionGet(&clientHandle, session, ifNum, &direction) != OPEN_E_NONE) {
     direction = kBoth;
   }
-  cJSON_AddStringToObject(port, "direction", route::choiceText(kDirection, direction));
-  return port;
+  row.choice(kPortDirection, direction);
 }
 
 }  // namespace mirror

@@ -61,9 +61,15 @@ void forEachListed(const char *list, size_t size, uint32_t limit, Each each) {
   }
 }
 
+// An interface of an answer: its number and its name.
+constexpr route::BufferKind kIntfNameText{64, route::SizeRule::Capacity, nullptr};
+constexpr route::Bind kPortNumber = route::out("intIfNum");
+constexpr route::Bind kPortName = route::outText("interface", kIntfNameText);
+constexpr route::Bind kPortDirection = route::outChoice("direction", kDirection);
+
 // A source port of a session: its number when asked, its name, and its
 // direction ("both" when OpEN cannot tell).
-cJSON *sourcePortObject(uint32_t session, uint32_t ifNum, bool withNumber);
+void writeSourcePort(route::Output row, uint32_t session, uint32_t ifNum, bool withNumber);
 
 
 }  // namespace mirror

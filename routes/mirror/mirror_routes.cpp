@@ -33,7 +33,6 @@ constexpr BufferKind kInputText{256, SizeRule::LengthPlusOne, nullptr};
 constexpr BufferKind kIntfListText{5000, SizeRule::Capacity, nullptr};
 constexpr BufferKind kVlanListText{1024, SizeRule::Capacity, nullptr};
 constexpr BufferKind kAclNameText{256, SizeRule::Capacity, nullptr};
-constexpr BufferKind kIntfNameText{64, SizeRule::Capacity, nullptr};
 
 constexpr long kMaxRspanVlan = 4093;
 
@@ -47,89 +46,99 @@ constexpr Bind kIntfAsked = query("intIfNum").needed();
 constexpr Bind kVlanAsked = query("vlanId").needed();
 
 // The interface as {"intIfNum", "interface"}, or {"interface": null} for 0.
-void showInterface(cJSON *data, const Bind &, const Slot &slot, const Slot *) {
+constexpr Bind kKnownPortNumber = kPortNumber.ifKnown();
+constexpr Bind kPortNameOrNull = kPortName.orNull();
+void showInterface(Output &out, const Bind &, const Slot &slot, const Slot *) {
   auto ifNum = static_cast<uint32_t>(slot.num);
   if (ifNum == 0) {
-    cJSON_AddNullToObject(data, "interface");
+    out.null(kPortNameOrNull);
     return;
   }
-  cJSON_AddNumberToObject(data, "intIfNum", ifNum);
+  out.number(kKnownPortNumber, ifNum);
   char name[64];
   ifNumToIntfName(ifNum, name);
-  cJSON_AddStringToObject(data, "interface", name);
+  out.text(kPortNameOrNull, name);
 }
-constexpr Bind kInterfaceParts[] = {out("intIfNum").ifKnown(), outText("interface", kIntfNameText).orNull()};
+constexpr Bind kInterfaceParts[] = {kKnownPortNumber, kPortNameOrNull};
 constexpr Bind kInterface = outCustom("interface", ArgKind::IntPointer, showInterface).made(kInterfaceParts);
 
-// The session of a configured destination, shown only beside "configured": true.
-void showSessionWhenConfigured(cJSON *data, const Bind &bind, const Slot &slot, const Slot *) {
-  if (cJSON_IsTrue(cJSON_GetObjectItemCaseSensitive(data, "configured"))) {
-    cJSON_AddNumberToObject(data, bind.outKey, static_cast<double>(static_cast<uint32_t>(slot.num)));
-  }
+// The session of a configured destination, shown only beside "configured":
+// true, the call's output before it.
+constexpr Bind kConfigured = outBool("configured");
+constexpr Bind kConfiguredSession = out("sessionNum").ifKnown();
+void showSessionWhenConfigured(Output &out, const Bind &, const Slot &slot, const Slot *args) {
+  if (args[1].num == 1) out.number(kConfiguredSession, static_cast<double>(static_cast<uint32_t>(slot.num)));
 }
-constexpr Bind kSessionWhenConfigured[] = {out("sessionNum").ifKnown()};
+constexpr Bind kSessionWhenConfigured[] = {kConfiguredSession};
 
-void showInterfaceList(cJSON *data, const Bind &bind, const Slot &slot, const Slot *) {
-  cJSON *list = cJSON_AddArrayToObject(data, bind.outKey);
+constexpr Bind kListedInterface[] = {kPortNumber, kPortName};
+constexpr Bind kListedSourcePort[] = {kPortNumber, kPortName, kPortDirection};
+constexpr Bind kListedNumber[] = {out(nullptr)};
+
+void showInterfaceList(Output &out, const Bind &bind, const Slot &slot, const Slot *) {
+  List list = out.list(bind.parts[0]);
   forEachListed(slot.desc.pstart, slot.capacity, kMaxInterfaces, [&](long value) {
     if (value == 0) return;
-    cJSON *intf = cJSON_CreateObject();
-    showInterface(intf, bind, Slot{.num = static_cast<uint32_t>(value)}, nullptr);
-    cJSON_AddItemToArray(list, intf);
+    Output intf = list.addObject();
+    char name[64];
+    ifNumToIntfName(static_cast<uint32_t>(value), name);
+    intf.number(kPortNumber, static_cast<uint32_t>(value));
+    intf.text(kPortName, name);
   });
 }
 
-void showVlanNumbers(cJSON *data, const Bind &bind, const Slot &slot, const Slot *) {
-  cJSON *list = cJSON_AddArrayToObject(data, bind.outKey);
+void showVlanNumbers(Output &out, const Bind &bind, const Slot &slot, const Slot *) {
+  List list = out.list(bind.parts[0]);
   forEachListed(slot.desc.pstart, slot.capacity, kMaxVlans, [&](long vlan) {
-    if (vlan != 0) cJSON_AddItemToArray(list, cJSON_CreateNumber(static_cast<double>(vlan)));
+    if (vlan != 0) list.addNumber(static_cast<double>(vlan));
   });
 }
 
 // Each source port with its name and direction; the directions are asked of
 // the session the call named, its first argument.
-void showSourcePorts(cJSON *data, const Bind &bind, const Slot &slot, const Slot *args) {
+void showSourcePorts(Output &out, const Bind &bind, const Slot &slot, const Slot *args) {
   auto session = static_cast<uint32_t>(args[0].num);
-  cJSON *ports = cJSON_AddArrayToObject(data, bind.outKey);
+  List ports = out.list(bind.parts[0]);
   forEachListed(slot.desc.pstart, slot.capacity, kMaxInterfaces, [&](long ifNum) {
-    if (ifNum != 0) cJSON_AddItemToArray(ports, sourcePortObject(session, static_cast<uint32_t>(ifNum), true));
+    if (ifNum != 0) writeSourcePort(ports.addObject(), session, static_cast<uint32_t>(ifNum), true);
   });
 }
 
 // The attached IP ACL by number and by name; 0 and null when there is none.
-void showIpAcl(cJSON *data, const Bind &, const Slot &slot, const Slot *) {
+constexpr Bind kIpAclId = out("ip-acl-id");
+constexpr Bind kIpAclName = outText("ip-acl", kAclNameText).orNull();
+void showIpAcl(Output &out, const Bind &, const Slot &slot, const Slot *) {
   auto aclId = static_cast<uint32_t>(slot.num);
-  cJSON_AddNumberToObject(data, "ip-acl-id", aclId);
+  out.number(kIpAclId, aclId);
   if (aclId == 0) {
-    cJSON_AddNullToObject(data, "ip-acl");
+    out.null(kIpAclName);
     return;
   }
   char name[256];
   ipAclNameOf(aclId, name);
-  cJSON_AddStringToObject(data, "ip-acl", name);
+  out.text(kIpAclName, name);
 }
-
-constexpr Bind kIpAclParts[] = {out("ip-acl-id"), outText("ip-acl", kAclNameText).orNull()};
-constexpr Bind kListedInterface[] = {out("intIfNum"), outText("interface", kIntfNameText)};
-constexpr Bind kListedSourcePort[] = {out("intIfNum"), outText("interface", kIntfNameText),
-                                      outChoice("direction", kDirection)};
-constexpr Bind kListedNumber[] = {out(nullptr)};
+constexpr Bind kIpAclParts[] = {kIpAclId, kIpAclName};
 
 // The IP ACL to attach: "acl-id" of the body (else of the query), else the
 // list that the body's "acl-name" names.
+constexpr Bind kAclIdInBody = body("acl-id");
+constexpr Bind kAclIdInQuery = query("acl-id");
+constexpr Bind kAclNameInBody = bodyText("acl-name", kInputText);
 int32_t readIpAclToAttach(const Bind &, Inputs &in, Slot &slot) {
-  const cJSON *id = cJSON_GetObjectItem(in.body(), "acl-id");
-  uint32_t aclId = cJSON_IsNumber(id) ? jsonNumberToU32(id) : 0;
-  if (aclId == 0) aclId = static_cast<uint32_t>(in.number(kMirrorQuery, "acl-id"));
+  BodyObject body = in.bodyObject();
+  uint32_t aclId = body.number(kAclIdInBody);
+  if (aclId == 0) aclId = static_cast<uint32_t>(in.number(kAclIdInQuery));
   if (aclId == 0) {
-    const cJSON *name = cJSON_GetObjectItem(in.body(), "acl-name");
-    if (!cJSON_IsString(name) || name->valuestring[0] == '\0') return RC_INVALID_ARGUMENT;
-    int32_t code = ipAclIdByName(name->valuestring, &aclId);
+    const char *name = body.text(kAclNameInBody);
+    if (name == nullptr || name[0] == '\0') return RC_INVALID_ARGUMENT;
+    int32_t code = ipAclIdByName(name, &aclId);
     if (code != RC_SUCCESS) return code;
   }
   slot.num = aclId;
   return RC_SUCCESS;
 }
+constexpr Bind kIpAclInputs[] = {kAclIdInBody, kAclIdInQuery, kAclNameInBody};
 
 // Reads a decimal number as "%d" would, into a long: white space and a sign
 // may lead, what follows the digits is left for the caller; out-of-range
@@ -167,11 +176,12 @@ class RspanVlanSetter {
 
 // "10,20-22" sets VLANs 10, 20, 21 and 22; other tokens are passed over.
 // The answer does not depend on the single calls.
-Answer rspanVlansSet(Inputs &in) {
-  const cJSON *list = cJSON_GetObjectItem(in.body(), "vlan-list");
-  if (!cJSON_IsString(list)) return answerOf(kMirror, RC_INVALID_ARGUMENT, nullptr, AnswerStyle::Line);
+constexpr Bind kVlanList = bodyText("vlan-list", kInputText).needed();
+int32_t rspanVlansSet(Inputs &in, Output &) {
+  const char *list = in.bodyObject().text(kVlanList);
+  if (list == nullptr) return RC_INVALID_ARGUMENT;
   char text[256] = {0};
-  strncpy(text, list->valuestring, sizeof text - 1);
+  strncpy(text, list, sizeof text - 1);
   RspanVlanSetter setter;
   char *rest = text;
   for (char *token = strtok_r(rest, ",", &rest); token; token = strtok_r(nullptr, ",", &rest)) {
@@ -184,14 +194,13 @@ Answer rspanVlansSet(Inputs &in) {
       setter.set(first);
     }
   }
-  return answerOf(kMirror, RC_SUCCESS, nullptr, AnswerStyle::Line);
+  return RC_SUCCESS;
 }
 
 constexpr Bind kSourcePortsParts[] = {outList("source-ports", kListedSourcePort)};
 constexpr Bind kValidSrcParts[] = {outList("valid-src-interfaces", kListedInterface)};
 constexpr Bind kValidDestParts[] = {outList("valid-dest-interfaces", kListedInterface)};
 constexpr Bind kRspanVlansParts[] = {outList("rspan-vlans", kListedNumber)};
-constexpr Bind kIpAclInputs[] = {body("acl-id"), query("acl-id"), bodyText("acl-name", kInputText)};
 
 constexpr Route kMirrorRoutes[] = {
     {"sw-port-monitor-source-ports-list", HTTPD_GET, &kRead,
@@ -221,7 +230,7 @@ constexpr Route kMirrorRoutes[] = {
     {"sw-port-monitor-session", HTTPD_DELETE, &kWrite, {open<rpcclt_openapiSwPortMonitorSessionRemove>, {kSession}}},
     {"sw-port-monitor-is-dest-configured", HTTPD_POST, &kRead,
      {open<rpcclt_openapiSwPortMonitorIsDestConfigured>,
-      {kIntfAsked, outBool("configured"),
+      {kIntfAsked, kConfigured,
        outCustom("sessionNum", ArgKind::IntPointer, showSessionWhenConfigured).made(kSessionWhenConfigured)}}},
     {"sw-port-monitor-is-src-configured", HTTPD_POST, &kRead,
      {open<rpcclt_openapiSwPortMonitorIsSrcConfigured>, {kIntfAsked, outBool("configured")}}},
@@ -280,7 +289,7 @@ constexpr Route kMirrorRoutes[] = {
     {"remote-span-vlan", HTTPD_GET, &kRead, {open<rpcclt_openapiRemoteSpanVlanGet>, {out("rspan-vlan")}}},
     custom("remote-span-vlan", HTTPD_PUT, rspanVlansSet, kVlanRangesWrite,
            "Makes remote-span VLANs of a list such as \"10,20-22\": ranges end at 4093, other words are passed over",
-           {bodyText("vlan-list", kInputText).needed()}),
+           {kVlanList}),
     {"remote-span-vlan-next", HTTPD_GET, &kRead,
      {open<rpcclt_openapiRemoteSpanVlanNextGet>, {query("rspanVlan"), out("rspan-vlan-next")}}},
     {"remote-span-vlan-list", HTTPD_GET, &kRead,

@@ -25,18 +25,44 @@ constexpr size_t kVlanListSize = 1024;
 constexpr size_t kAclNameSize = 256;
 
 // The words of the session document.
-constexpr BufferKind kNameText{64, SizeRule::Capacity, nullptr};
 constexpr BufferKind kAclNameText{kAclNameSize, SizeRule::Capacity, nullptr};
 constexpr const char *kMacFilter = "L2";
 constexpr const char *kIpFilter = "L3";
 constexpr Choice kFilterTypeNames[] = {{kMacFilter, 0}, {kIpFilter, 1}};
 constexpr ChoiceTable kFilterType = choiceTable(kFilterTypeNames, true, 0, kMacFilter);
+constexpr int64_t kL3 = 1;
 
-// 0 when "sessionId" is absent or not a session number.
-uint32_t sessionFromQuery(Inputs &in) {
-  uint64_t session = in.number(kMirrorQuery, "sessionId");
-  return session >= 1 && session <= kSessions ? static_cast<uint32_t>(session) : 0;
-}
+// The session document as GET writes it ...
+constexpr Bind kSessionId = query("sessionId").needed().within(1, kSessions);
+constexpr Bind kSessionShown = out("sessionId");
+constexpr Bind kModeShown = outChoice("mode", kMode);
+constexpr Bind kDestinationShown = outText("destination", kIntfNameText).orNull();
+constexpr Bind kSourcePortShown[] = {kPortName, kPortDirection};
+constexpr Bind kInterfacesShown = outList("interfaces", kSourcePortShown);
+constexpr Bind kVlanShown[] = {out(nullptr)};
+constexpr Bind kVlansShown = outList("vlans", kVlanShown);
+constexpr Bind kSourcesShownParts[] = {kInterfacesShown, kVlansShown};
+constexpr Bind kSourcesShown = outObject("sources", kSourcesShownParts);
+constexpr Bind kFilterTypeShown = outChoice("type", kFilterType);
+constexpr Bind kFilterNameShown = outText("aclName", kAclNameText);
+constexpr Bind kFilterShownParts[] = {kFilterTypeShown, kFilterNameShown};
+constexpr Bind kFilterShown = outObject("aclFilter", kFilterShownParts).orNull();
+
+// ... and as PUT reads it.
+constexpr Bind kModeRead = bodyChoice("mode", kMode);
+constexpr Bind kDestinationRead = bodyText("destination", kIntfNameText);
+constexpr Bind kPortNameRead = bodyText("interface", kIntfNameText);
+constexpr Bind kPortDirectionRead = bodyChoice("direction", kDirection);
+constexpr Bind kSourcePortRead[] = {kPortNameRead, kPortDirectionRead};
+constexpr Bind kInterfacesRead = bodyList("interfaces", kSourcePortRead);
+constexpr Bind kVlanRead[] = {body(nullptr)};
+constexpr Bind kVlansRead = bodyList("vlans", kVlanRead);
+constexpr Bind kSourcesReadParts[] = {kInterfacesRead, kVlansRead};
+constexpr Bind kSourcesRead = bodyObject("sources", kSourcesReadParts);
+constexpr Bind kFilterTypeRead = bodyChoice("type", kFilterType).needed().strictly();
+constexpr Bind kFilterNameRead = bodyText("aclName", kAclNameText).needed();
+constexpr Bind kFilterReadParts[] = {kFilterTypeRead, kFilterNameRead};
+constexpr Bind kFilterRead = bodyObject("aclFilter", kFilterReadParts);
 
 // A comma-separated list OpEN fills in a zeroed buffer of `size` bytes (and
 // a spare terminator); "" when the call fails.
@@ -49,47 +75,45 @@ CText listText(size_t size, Fill fill) {
   return text;
 }
 
-cJSON *destinationOf(uint32_t session) {
+void writeDestination(Output &document, uint32_t session) {
   uint32_t ifNum = 0;
   if (rpcclt_openapiSwPortMonitorDestPortGet(&clientHandle, session, &ifNum) != OPEN_E_NONE || ifNum == 0) {
-    return cJSON_CreateNull();
+    document.null(kDestinationShown);
+    return;
   }
   char name[64];
   ifNumToIntfName(ifNum, name);
-  return cJSON_CreateString(name);
+  document.text(kDestinationShown, name);
 }
 
-cJSON *sourcePortsOf(uint32_t session) {
-  cJSON *ports = cJSON_CreateArray();
+void writeSourcePorts(Output &sources, uint32_t session) {
+  List ports = sources.list(kInterfacesShown);
   CText list = listText(kPortListSize, [&](open_buffdesc *desc) {
     return rpcclt_openapiSwPortMonitorSourcePortsListGet(&clientHandle, session, desc);
   });
   forEachListed(list.get(), kPortListSize, kMaxInterfaces, [&](long ifNum) {
-    if (ifNum != 0) cJSON_AddItemToArray(ports, sourcePortObject(session, static_cast<uint32_t>(ifNum), false));
+    if (ifNum != 0) writeSourcePort(ports.addObject(), session, static_cast<uint32_t>(ifNum), false);
   });
-  return ports;
 }
 
-cJSON *sourceVlansOf(uint32_t session) {
-  cJSON *vlans = cJSON_CreateArray();
+void writeSourceVlans(Output &sources, uint32_t session) {
+  List vlans = sources.list(kVlansShown);
   CText list = listText(kVlanListSize, [&](open_buffdesc *desc) {
     return rpcclt_openapiSwMonitorVlanListGet(&clientHandle, session, desc);
   });
   forEachListed(list.get(), kVlanListSize, kMaxVlans, [&](long vlan) {
-    if (vlan > 0) cJSON_AddItemToArray(vlans, cJSON_CreateNumber(static_cast<double>(vlan)));
+    if (vlan > 0) vlans.addNumber(static_cast<double>(vlan));
   });
-  return vlans;
 }
 
-cJSON *aclFilter(const char *type, const char *name) {
-  cJSON *filter = cJSON_CreateObject();
-  cJSON_AddStringToObject(filter, "type", type);
-  cJSON_AddStringToObject(filter, "aclName", name);
-  return filter;
+void writeAclFilter(Output &document, int64_t type, const char *name) {
+  Output filter = document.object(kFilterShown);
+  filter.choice(kFilterTypeShown, type);
+  filter.text(kFilterNameShown, name);
 }
 
 // The IP filter wins over the MAC filter; null when neither is attached.
-cJSON *aclFilterOf(uint32_t session) {
+void writeAclFilterOf(Output &document, uint32_t session) {
   uint32_t aclId = 0;
   bool ipRead = rpcclt_openapiSwMonitorIpAclGet(&clientHandle, session, &aclId) == OPEN_E_NONE;
   char macName[kAclNameSize + 1] = {0};
@@ -98,60 +122,55 @@ cJSON *aclFilterOf(uint32_t session) {
   if (ipRead && aclId != 0) {
     char ipName[256];
     ipAclNameOf(aclId, ipName);
-    return aclFilter(kIpFilter, ipName);
+    writeAclFilter(document, kL3, ipName);
+  } else if (macPresent) {
+    writeAclFilter(document, 0, macName);
+  } else {
+    document.null(kFilterShown);
   }
-  return macPresent ? aclFilter(kMacFilter, macName) : cJSON_CreateNull();
 }
 
-Answer sessionConfigGet(Inputs &in) {
-  uint32_t session = sessionFromQuery(in);
-  if (session == 0) return answerOf(kMirror, RC_INVALID_ARGUMENT, nullptr, AnswerStyle::Data);
-  JsonPtr document(cJSON_CreateObject());
-  cJSON_AddNumberToObject(document.get(), "sessionId", session);
+int32_t sessionConfigGet(Inputs &in, Output &document) {
+  auto session = static_cast<uint32_t>(in.number(kSessionId));
+  document.number(kSessionShown, session);
   uint32_t mode = 0;
   if (rpcclt_openapiSwPortMonitorModeGet(&clientHandle, session, &mode) != OPEN_E_NONE) mode = 0;
-  cJSON_AddStringToObject(document.get(), "mode", choiceText(kMode, mode));
-  cJSON_AddItemToObject(document.get(), "destination", destinationOf(session));
-  cJSON *sources = cJSON_AddObjectToObject(document.get(), "sources");
-  cJSON_AddItemToObject(sources, "interfaces", sourcePortsOf(session));
-  cJSON_AddItemToObject(sources, "vlans", sourceVlansOf(session));
-  cJSON_AddItemToObject(document.get(), "aclFilter", aclFilterOf(session));
-  return answerOf(kMirror, RC_SUCCESS, document.get(), AnswerStyle::Data);
+  document.choice(kModeShown, mode);
+  writeDestination(document, session);
+  Output sources = document.object(kSourcesShown);
+  writeSourcePorts(sources, session);
+  writeSourceVlans(sources, session);
+  writeAclFilterOf(document, session);
+  return RC_SUCCESS;
 }
-
-bool nonEmptyArray(const cJSON *item) { return cJSON_IsArray(item) && cJSON_GetArraySize(item) > 0; }
 
 // Each element costs OpEN calls: a list longer than a switch's interfaces or
 // VLANs names some twice or is not a session at all.
-bool withinBounds(const cJSON *sources) {
-  const cJSON *interfaces = cJSON_GetObjectItem(sources, "interfaces");
-  const cJSON *vlans = cJSON_GetObjectItem(sources, "vlans");
-  return (!cJSON_IsArray(interfaces) || cJSON_GetArraySize(interfaces) <= static_cast<int>(kMaxInterfaces)) &&
-         (!cJSON_IsArray(vlans) || cJSON_GetArraySize(vlans) <= static_cast<int>(kMaxVlans));
+bool withinBounds(const BodyObject &sources) {
+  return sources.count(kInterfacesRead) <= kMaxInterfaces && sources.count(kVlansRead) <= kMaxVlans;
 }
 
 bool onlyDigits(const char *text) { return text[0] != '\0' && strspn(text, "0123456789") == strlen(text); }
 
-// A session mirrors ports or VLANs, never both; an ACL filter names its type
-// and a list, and an L3 list given by number is an extended one.
-bool documentIsValid(const cJSON *document) {
-  const cJSON *sources = cJSON_GetObjectItem(document, "sources");
-  if (cJSON_IsObject(sources) && nonEmptyArray(cJSON_GetObjectItem(sources, "interfaces")) &&
-      nonEmptyArray(cJSON_GetObjectItem(sources, "vlans"))) {
-    return false;
-  }
-  if (!withinBounds(sources)) return false;
-  const cJSON *filter = cJSON_GetObjectItem(document, "aclFilter");
-  if (filter == nullptr || cJSON_IsNull(filter)) return true;
-  if (!cJSON_IsObject(filter)) return false;
-  const cJSON *type = cJSON_GetObjectItem(filter, "type");
-  const cJSON *name = cJSON_GetObjectItem(filter, "aclName");
-  if (!cJSON_IsString(type) || !cJSON_IsString(name) || name->valuestring[0] == '\0') return false;
-  bool l3 = strcasecmp(type->valuestring, kIpFilter) == 0;
-  if (!l3 && strcasecmp(type->valuestring, kMacFilter) != 0) return false;
-  if (!l3 || !onlyDigits(name->valuestring)) return true;
-  unsigned long number = strtoul(name->valuestring, nullptr, 10);
+// An ACL filter names its type and a list, and an L3 list given by number
+// is an extended one.
+bool filterIsValid(const BodyObject &document) {
+  if (!document.has(kFilterRead)) return document.isNull(kFilterRead) || !document.mistyped(kFilterRead);
+  BodyObject filter = document.object(kFilterRead);
+  const char *type = filter.text(kFilterTypeRead);
+  const char *name = filter.text(kFilterNameRead);
+  if (type == nullptr || name == nullptr || name[0] == '\0') return false;
+  if (choiceValue(kFilterType, type) != kL3 && strcasecmp(type, kMacFilter) != 0) return false;
+  if (choiceValue(kFilterType, type) != kL3 || !onlyDigits(name)) return true;
+  unsigned long number = strtoul(name, nullptr, 10);
   return number >= 100 && number <= 199;
+}
+
+// A session mirrors ports or VLANs, never both.
+bool documentIsValid(const BodyObject &document) {
+  BodyObject sources = document.object(kSourcesRead);
+  if (sources.count(kInterfacesRead) > 0 && sources.count(kVlansRead) > 0) return false;
+  return withinBounds(sources) && filterIsValid(document);
 }
 
 // The first non-zero code wins; later steps still run.
@@ -163,38 +182,31 @@ struct Outcome {
   void recordOpen(int rc) { record(openRcToResultCode(rc)); }
 };
 
-uint32_t directionOf(const cJSON *port) {
-  const cJSON *direction = cJSON_GetObjectItem(port, "direction");
-  return static_cast<uint32_t>(choiceValue(kDirection, cJSON_IsString(direction) ? direction->valuestring : nullptr));
+void addSourcePorts(uint32_t session, const BodyObject &sources, Outcome &outcome) {
+  sources.forEachObject(kInterfacesRead, kMaxInterfaces, [&](const BodyObject &port) {
+    const char *name = port.text(kPortNameRead);
+    if (name == nullptr) return;
+    uint32_t ifNum = intfNameToIfNum(name);
+    if (ifNum == 0) return;
+    auto direction = static_cast<uint32_t>(port.choice(kPortDirectionRead));
+    outcome.recordOpen(rpcclt_openapiSwPortMonitorSourcePortAdd(&clientHandle, session, ifNum, direction));
+  });
 }
 
-void addSourcePorts(uint32_t session, const cJSON *ports, Outcome &outcome) {
-  const cJSON *list = cJSON_IsArray(ports) ? ports : nullptr;
-  const cJSON *port = nullptr;
-  cJSON_ArrayForEach(port, list) {
-    const cJSON *name = cJSON_GetObjectItem(port, "interface");
-    if (!cJSON_IsObject(port) || !cJSON_IsString(name)) continue;
-    uint32_t ifNum = intfNameToIfNum(name->valuestring);
-    if (ifNum == 0) continue;
-    outcome.recordOpen(rpcclt_openapiSwPortMonitorSourcePortAdd(&clientHandle, session, ifNum, directionOf(port)));
-  }
-}
-
-void addSourceVlans(uint32_t session, const cJSON *vlans, Outcome &outcome) {
-  const cJSON *list = cJSON_IsArray(vlans) ? vlans : nullptr;
-  const cJSON *vlan = nullptr;
-  cJSON_ArrayForEach(vlan, list) {
-    if (!cJSON_IsNumber(vlan) || vlan->valueint < 1 || vlan->valueint > static_cast<int>(kMaxSourceVlan)) continue;
+void addSourceVlans(uint32_t session, const BodyObject &sources, Outcome &outcome) {
+  sources.forEachNumber(kVlansRead, kMaxVlans, [&](uint32_t vlan) {
+    if (vlan < 1 || vlan > kMaxSourceVlan) return;
     char text[16];
-    snprintf(text, sizeof text, "%d", vlan->valueint);
+    snprintf(text, sizeof text, "%u", vlan);
     open_buffdesc desc{static_cast<uint32_t>(strlen(text) + 1), text};
     outcome.recordOpen(rpcclt_openapiSwMonitorVlanListSet(&clientHandle, session, &desc, kAttach));
-  }
+  });
 }
 
-void setDestination(uint32_t session, const cJSON *destination, Outcome &outcome) {
-  if (!cJSON_IsString(destination) || destination->valuestring[0] == '\0') return;
-  uint32_t ifNum = intfNameToIfNum(destination->valuestring);
+void setDestination(uint32_t session, const BodyObject &document, Outcome &outcome) {
+  const char *destination = document.text(kDestinationRead);
+  if (destination == nullptr || destination[0] == '\0') return;
+  uint32_t ifNum = intfNameToIfNum(destination);
   if (ifNum == 0) {
     outcome.record(RC_INVALID_ARGUMENT);
     return;
@@ -202,12 +214,13 @@ void setDestination(uint32_t session, const cJSON *destination, Outcome &outcome
   outcome.recordOpen(rpcclt_openapiSwPortMonitorDestPortSet(&clientHandle, session, ifNum));
 }
 
-void attachAclFilter(uint32_t session, const cJSON *filter, Outcome &outcome) {
-  if (!cJSON_IsObject(filter)) return;
-  const cJSON *type = cJSON_GetObjectItem(filter, "type");
-  const cJSON *nameItem = cJSON_GetObjectItem(filter, "aclName");
-  const char *name = cJSON_IsString(nameItem) ? nameItem->valuestring : "";
-  if (!cJSON_IsString(type) || strcasecmp(type->valuestring, kIpFilter) != 0) {
+void attachAclFilter(uint32_t session, const BodyObject &document, Outcome &outcome) {
+  if (!document.has(kFilterRead)) return;
+  BodyObject filter = document.object(kFilterRead);
+  const char *name = filter.text(kFilterNameRead);
+  if (name == nullptr) name = "";
+  const char *type = filter.text(kFilterTypeRead);
+  if (type == nullptr || choiceValue(kFilterType, type) != kL3) {
     char text[kAclNameSize] = {0};
     strncpy(text, name, sizeof text - 1);
     open_buffdesc desc{static_cast<uint32_t>(strlen(text) + 1), text};
@@ -224,39 +237,25 @@ void attachAclFilter(uint32_t session, const cJSON *filter, Outcome &outcome) {
 }
 
 // Replaces the session's configuration: nothing is merged with what was there.
-int32_t applyDocument(uint32_t session, const cJSON *document) {
+int32_t applyDocument(uint32_t session, const BodyObject &document) {
   (void)rpcclt_openapiSwPortMonitorSessionRemove(&clientHandle, session);
   Outcome outcome;
-  const cJSON *sources = cJSON_GetObjectItem(document, "sources");
-  addSourcePorts(session, cJSON_GetObjectItem(sources, "interfaces"), outcome);
-  addSourceVlans(session, cJSON_GetObjectItem(sources, "vlans"), outcome);
-  setDestination(session, cJSON_GetObjectItem(document, "destination"), outcome);
-  attachAclFilter(session, cJSON_GetObjectItem(document, "aclFilter"), outcome);
-  const cJSON *mode = cJSON_GetObjectItem(document, "mode");
-  auto enable = static_cast<uint32_t>(choiceValue(kMode, cJSON_IsString(mode) ? mode->valuestring : nullptr));
+  BodyObject sources = document.object(kSourcesRead);
+  addSourcePorts(session, sources, outcome);
+  addSourceVlans(session, sources, outcome);
+  setDestination(session, document, outcome);
+  attachAclFilter(session, document, outcome);
+  auto enable = static_cast<uint32_t>(document.choice(kModeRead));
   outcome.recordOpen(rpcclt_openapiSwPortMonitorModeSet(&clientHandle, session, enable));
   return outcome.code;
 }
 
-Answer sessionConfigPut(Inputs &in) {
-  uint32_t session = sessionFromQuery(in);
-  const cJSON *document = session != 0 ? in.body() : nullptr;
-  int32_t code = document != nullptr && documentIsValid(document) ? applyDocument(session, document)
-                                                                   : RC_INVALID_ARGUMENT;
-  return answerOf(kMirror, code, nullptr, AnswerStyle::Line);
+int32_t sessionConfigPut(Inputs &in, Output &) {
+  auto session = static_cast<uint32_t>(in.number(kSessionId));
+  if (in.body() == nullptr) return RC_INVALID_ARGUMENT;
+  BodyObject document = in.bodyObject();
+  return documentIsValid(document) ? applyDocument(session, document) : RC_INVALID_ARGUMENT;
 }
-
-// The session document as GET writes it and PUT reads it.
-constexpr Bind kSessionId = query("sessionId").needed();
-constexpr Bind kSourcePortShown[] = {outText("interface", kNameText), outChoice("direction", kDirection)};
-constexpr Bind kVlanShown[] = {out(nullptr)};
-constexpr Bind kSourcesShown[] = {outList("interfaces", kSourcePortShown), outList("vlans", kVlanShown)};
-constexpr Bind kFilterShown[] = {outChoice("type", kFilterType), outText("aclName", kAclNameText)};
-constexpr Bind kSourcePortRead[] = {bodyText("interface", kNameText), bodyChoice("direction", kDirection)};
-constexpr Bind kVlanRead[] = {body(nullptr)};
-constexpr Bind kSourcesRead[] = {bodyList("interfaces", kSourcePortRead), bodyList("vlans", kVlanRead)};
-constexpr Bind kFilterRead[] = {bodyChoice("type", kFilterType).needed().strictly(),
-                                bodyText("aclName", kAclNameText).needed()};
 
 constexpr Answering kDocumentRead{&kMirror, Mapping::ShowDefaults, AnswerStyle::Data, AnswerStyle::Data,
                                   AnswerStyle::Data};
@@ -266,12 +265,10 @@ constexpr Answering kDocumentWrite{&kMirror, Mapping::OpenRc, AnswerStyle::Line,
 constexpr Route kSessionRoutes[] = {
     custom("config", HTTPD_GET, sessionConfigGet, kDocumentRead,
            "A monitor session as one document: mode, destination, source ports or VLANs, ACL filter",
-           {kSessionId, out("sessionId"), outChoice("mode", kMode), outText("destination", kNameText).orNull(),
-            outObject("sources", kSourcesShown), outObject("aclFilter", kFilterShown).orNull()}),
+           {kSessionId, kSessionShown, kModeShown, kDestinationShown, kSourcesShown, kFilterShown}),
     custom("config", HTTPD_PUT, sessionConfigPut, kDocumentWrite,
            "Replaces a monitor session with a document; a session mirrors ports or VLANs, never both",
-           {kSessionId, bodyChoice("mode", kMode), bodyText("destination", kNameText),
-            bodyObject("sources", kSourcesRead), bodyObject("aclFilter", kFilterRead)}),
+           {kSessionId, kModeRead, kDestinationRead, kSourcesRead, kFilterRead}),
 };
 
 }  // namespace

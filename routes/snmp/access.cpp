@@ -28,30 +28,36 @@ constexpr ChoiceTable kTreeType = choiceTable(kTreeTypeNames, false, 1, "include
 
 constexpr const char *kCommunityObject = "community";
 
-const char *memberText(const cJSON *object, const char *key) {
-  const cJSON *item = cJSON_GetObjectItem(object, key);
-  return cJSON_IsString(item) ? item->valuestring : nullptr;
-}
+// The community record as a body's "community" object gives it and as an
+// answer shows it.
+constexpr Bind kTypeRead = bodyChoice("type", kAccessType).inside(kCommunityObject);
+constexpr Bind kIpAddrRead = bodyAddress("ipAddr").inside(kCommunityObject);
+constexpr Bind kIpMaskRead = bodyAddress("ipMask").inside(kCommunityObject);
+constexpr Bind kPrefixRead = body("ipv6PrefixLen").orDecimalText().inside(kCommunityObject);
+constexpr Bind kViewNameRead = bodyText("viewName", kViewName).inside(kCommunityObject);
+constexpr Bind kCommunityRead[] = {kTypeRead, kIpAddrRead, kIpMaskRead, kPrefixRead, kViewNameRead};
+constexpr Bind kCommunityBody = bodyObject(kCommunityObject, kCommunityRead);
 
-// A prefix length as a number or as decimal text; 0 when absent.
-uint32_t prefixLength(const cJSON *item) {
-  if (cJSON_IsNumber(item)) return jsonNumberToU32(item);
-  return cJSON_IsString(item) ? static_cast<uint32_t>(strtoul(item->valuestring, nullptr, 10)) : 0;
-}
+constexpr Bind kTypeShown = outChoice("type", kAccessType);
+constexpr Bind kIpAddrShown = outAddress("ipAddr");
+constexpr Bind kIpMaskShown = outAddress("ipMask");
+constexpr Bind kPrefixShown = out("ipv6PrefixLen");
+constexpr Bind kViewNameShown = outText("viewName", kViewName);
+constexpr Bind kCommunityMembers[] = {kTypeShown, kIpAddrShown, kIpMaskShown, kPrefixShown, kViewNameShown};
+constexpr Bind kCommunityObjectShown = outObject(kCommunityObject, kCommunityMembers);
 
 // The body's "community" object as the record; absent members are no
 // access, no address, prefix 0 and an empty view name.
 int32_t communityFromBody(const Bind &bind, Inputs &in, Slot &slot) {
   auto *community = slot.recordAs<open_snmp_community_addr_t>();
-  const cJSON *object = cJSON_GetObjectItem(in.body(), kCommunityObject);
-  if (!cJSON_IsObject(object)) object = nullptr;
-  if (community == nullptr || fillText(bind, memberText(object, "viewName"), slot) != RC_SUCCESS) {
+  BodyObject object = in.bodyObject().object(kCommunityBody);
+  if (community == nullptr || fillText(bind, object.text(kViewNameRead), slot) != RC_SUCCESS) {
     return RC_GENERAL_FAILED;
   }
-  community->accessType = static_cast<uint32_t>(choiceValue(kAccessType, memberText(object, "type")));
-  addressFromText(memberText(object, "ipAddr"), &community->ipAddr);
-  addressFromText(memberText(object, "ipMask"), &community->ipMask);
-  community->ipv6PrefixLen = prefixLength(cJSON_GetObjectItem(object, "ipv6PrefixLen"));
+  community->accessType = static_cast<uint32_t>(object.choice(kTypeRead));
+  addressFromText(object.text(kIpAddrRead), &community->ipAddr);
+  addressFromText(object.text(kIpMaskRead), &community->ipMask);
+  community->ipv6PrefixLen = object.number(kPrefixRead);
   community->viewName = slot.desc;
   return RC_SUCCESS;
 }
@@ -66,35 +72,23 @@ int32_t communityToFill(const Bind &bind, Inputs &, Slot &slot) {
   return RC_SUCCESS;
 }
 
-void addAddress(cJSON *object, const char *key, const open_inet_addr_t &addr) {
-  char text[kAddressTextSize];
-  addressToText(addr, text);
-  cJSON_AddStringToObject(object, key, text);
-}
-
-void showCommunity(cJSON *data, const Bind &bind, const Slot &slot, const Slot *) {
+void showCommunity(Output &out, const Bind &, const Slot &slot, const Slot *) {
   open_snmp_community_addr_t community{};
   if (slot.record && slot.recordSize == sizeof community) memcpy(&community, slot.record.get(), sizeof community);
-  cJSON *object = cJSON_AddObjectToObject(data, bind.outKey);
-  if (object == nullptr) return;
-  cJSON_AddStringToObject(object, "type", choiceText(kAccessType, community.accessType));
-  addAddress(object, "ipAddr", community.ipAddr);
-  addAddress(object, "ipMask", community.ipMask);
-  cJSON_AddNumberToObject(object, "ipv6PrefixLen", community.ipv6PrefixLen);
-  cJSON_AddItemToObject(object, "viewName", bufferText(slot));
+  Output object = out.object(kCommunityObjectShown);
+  object.choice(kTypeShown, community.accessType);
+  object.address(kIpAddrShown, community.ipAddr);
+  object.address(kIpMaskShown, community.ipMask);
+  object.number(kPrefixShown, community.ipv6PrefixLen);
+  JsonPtr view(bufferText(slot));
+  object.text(kViewNameShown, cJSON_GetStringValue(view.get()));
 }
 
 constexpr Bind withViewName(Bind bind) {
   bind.buffer = &kViewName;
   return bind;
 }
-constexpr Bind kCommunityRead[] = {
-    bodyChoice("type", kAccessType).inside(kCommunityObject), bodyAddress("ipAddr").inside(kCommunityObject),
-    bodyAddress("ipMask").inside(kCommunityObject), body("ipv6PrefixLen").inside(kCommunityObject),
-    bodyText("viewName", kViewName).inside(kCommunityObject)};
-constexpr Bind kCommunityMembers[] = {outChoice("type", kAccessType), outAddress("ipAddr"), outAddress("ipMask"),
-                                      out("ipv6PrefixLen"), outText("viewName", kViewName)};
-constexpr Bind kCommunityShown[] = {outObject(kCommunityObject, kCommunityMembers)};
+constexpr Bind kCommunityShown[] = {kCommunityObjectShown};
 constexpr Bind kCommunityIn =
     withViewName(record<open_snmp_community_addr_t>(communityFromBody, nullptr)).made(kCommunityRead);
 constexpr Bind kCommunityOut =

@@ -50,49 +50,40 @@ constexpr Bind kCounterInQuery = queryChoice("counterId", kCounters).via(kReques
 constexpr Bind kCounterInBody = bodyChoice("counterId", kCounters);
 constexpr BufferKind kDecimalText{21, SizeRule::Capacity, nullptr};
 
-// Word 0 of the block is the counter count; words past the block are never read.
-cJSON *counterArray(const uint64_t *words, uint32_t wordCount) {
-  cJSON *array = cJSON_CreateArray();
-  uint64_t count = words[0];
-  for (uint64_t i = 1; i <= count && i < wordCount; ++i) {
-    cJSON_AddItemToArray(array, cJSON_CreateNumber(static_cast<double>(words[i])));
-  }
-  return array;
-}
-
 // Thousands of counters a port at the most.
 constexpr uint32_t kMaxCounterBlockBytes = 64 * 1024;
 
+constexpr Bind kCounterValue[] = {out(nullptr)};
+constexpr Bind kCounterArray = outList("counterArray", kCounterValue).ifKnown();
+
+// Word 0 of the block is the counter count; words past the block are never read.
+void showCounters(Output &out, const uint64_t *words, uint32_t wordCount) {
+  List counters = out.list(kCounterArray);
+  uint64_t count = words[0];
+  for (uint64_t i = 1; i <= count && i < wordCount; ++i) counters.addNumber(static_cast<double>(words[i]));
+}
+
 // Two calls: the block's size, then the block. An empty block is a success
 // with nothing to show.
-Answer interfaceStatsGet(Inputs &in) {
-  auto ifNum = static_cast<uint32_t>(in.number(kQueryStringUnsigned, "ifNum"));
+int32_t interfaceStatsGet(Inputs &in, Output &out) {
+  auto ifNum = static_cast<uint32_t>(in.number(kIfNum));
   uint32_t size = 0;
   int rc = rpcclt_openapiInterfaceStatsBufSizeGet(&clientHandle, &size);
   if (rc != OPEN_E_NONE || size == 0) {
-    return answerOf(kStats, openRcToResultCode(rc), nullptr, AnswerStyle::Data);
+    out.omit();
+    return openRcToResultCode(rc);
   }
   // A size no switch has is answered as an allocation that failed, rather
   // than taken from the heap of a small CPU.
-  if (size > kMaxCounterBlockBytes) {
-    return answerOf(kStats, RC_GENERAL_FAILED, nullptr, AnswerStyle::Data);
-  }
+  if (size > kMaxCounterBlockBytes) return RC_GENERAL_FAILED;
   uint32_t wordCount = size / 8;
   CText block(static_cast<char *>(calloc(wordCount + 1, sizeof(uint64_t))));
-  if (!block) {
-    return answerOf(kStats, RC_GENERAL_FAILED, nullptr, AnswerStyle::Data);
-  }
+  if (!block) return RC_GENERAL_FAILED;
   open_buffdesc desc = {size, block.get()};
   int32_t code = openRcToResultCode(rpcclt_openapiInterfaceStatsGet(&clientHandle, ifNum, &desc));
-  JsonPtr data(code == RC_SUCCESS ? cJSON_CreateObject() : nullptr);
-  if (data) {
-    cJSON_AddItemToObject(data.get(), "counterArray",
-                          counterArray(reinterpret_cast<const uint64_t *>(block.get()), wordCount));
-  }
-  return answerOf(kStats, code, data.get(), AnswerStyle::Data);
+  if (code == RC_SUCCESS) showCounters(out, reinterpret_cast<const uint64_t *>(block.get()), wordCount);
+  return code;
 }
-
-constexpr Bind kCounterValue[] = {out(nullptr)};
 
 constexpr Route kStatsRoutes[] = {
     {"stat", HTTPD_GET, &kRead, {open<rpcclt_openapiStatGet>, {kCounterInQuery, kIfNum, out("counterValue")}}},
@@ -102,7 +93,7 @@ constexpr Route kStatsRoutes[] = {
     {"interface-stats-buf-size", HTTPD_GET, &kRead, {open<rpcclt_openapiInterfaceStatsBufSizeGet>, {out("bufSize")}}},
     custom("interface-stats", HTTPD_GET, interfaceStatsGet, kRead,
            "Every counter of an interface as one array, in counter order; none when the switch keeps no block",
-           {kIfNum, outList("counterArray", kCounterValue).ifKnown()}),
+           {kIfNum, kCounterArray}),
     {"interface-stats-reset", HTTPD_POST, &kWrite, {open<rpcclt_openapiInterfaceStatsReset>, {kIfNum}}},
     {"reset-all-interfaces-stats", HTTPD_POST, &kWrite, {open<rpcclt_openapiResetAllInterfacesStats>, {}}},
     {"interface-stats-reset-time", HTTPD_GET, &kRead,

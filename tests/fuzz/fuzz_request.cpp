@@ -29,25 +29,6 @@ struct RouteRef {
   int method;
 };
 
-// Dispatch creates a node for every unknown directory it looks up, which is
-// harmless once per process but grows the tree, and slows every lookup,
-// over millions of requests in one. After each request the guard cuts off
-// the nodes dispatch added. The arena they live in is never freed, so they
-// are kept listed: memory the program still points at is no leak.
-class DirTreeGuard {
- public:
-  explicit DirTreeGuard(httpdTable *table);
-  void restore();
-
- private:
-  struct Mark {
-    httpdDirNode *node;
-    httpdDirNode *firstChild;
-  };
-  std::vector<Mark> marks_;
-  std::vector<httpdDirNode *> retired_;
-};
-
 void collectRoutes(const httpdDirNode *dir, const std::string &path, std::vector<RouteRef> &routes) {
   for (const httpdRouteEntry *entry = dir->operations; entry != nullptr; entry = entry->next) {
     routes.push_back({path + "/" + entry->opName, entry->method});
@@ -55,11 +36,6 @@ void collectRoutes(const httpdDirNode *dir, const std::string &path, std::vector
   for (const httpdDirNode *child = dir->children; child != nullptr; child = child->next) {
     collectRoutes(child, path + "/" + child->name, routes);
   }
-}
-
-void markTree(httpdDirNode *dir, std::vector<httpdDirNode *> &nodes) {
-  nodes.push_back(dir);
-  for (httpdDirNode *child = dir->children; child != nullptr; child = child->next) markTree(child, nodes);
 }
 
 // Every route of the table, sorted by path and method, so that an index
@@ -71,22 +47,6 @@ std::vector<RouteRef> listRoutes(const httpdTable *table) {
     return std::tie(a.path, a.method) < std::tie(b.path, b.method);
   });
   return routes;
-}
-
-DirTreeGuard::DirTreeGuard(httpdTable *table) {
-  std::vector<httpdDirNode *> nodes;
-  markTree(table->root, nodes);
-  for (httpdDirNode *node : nodes) marks_.push_back({node, node->children});
-}
-
-// New nodes only ever go in at the head of a children list.
-void DirTreeGuard::restore() {
-  for (Mark &mark : marks_) {
-    for (httpdDirNode *added = mark.node->children; added != mark.firstChild; added = added->next) {
-      retired_.push_back(added);
-    }
-    mark.node->children = mark.firstChild;
-  }
 }
 
 // ---- The input ----
@@ -297,7 +257,6 @@ constexpr long long kMaxContentLength = 64ll << 20;
 struct Harness {
   routetest::InProcessProgram &program = routetest::InProcessProgram::get();
   std::vector<RouteRef> routes = listRoutes(program.table());
-  DirTreeGuard tree{program.table()};
 };
 
 // Never freed: the simulator's threads serve from it until the process ends.
@@ -348,7 +307,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   std::string answer = captureRequest(program.table(), request.body, inRequest);
   if (const char *problem = cgiAnswerProblem(answer, env.uri.value_or(""))) fail(problem, env, request.body, answer);
   if (clientHandle.stalled) fail("the simulated switch did not answer within the client's time", env, request.body, answer);
-  harness->tree.restore();
   program.reset();
   return 0;
 }
