@@ -5,7 +5,7 @@
 #include "log/log.h"
 #include "open/openapi.h"
 #include "routes/families.h"
-#include "tools/common.h"
+#include "open/startup.h"
 
 namespace {
 

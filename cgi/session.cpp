@@ -14,7 +14,7 @@
 #include <memory>
 
 #include "log/log.h"
-#include "tools/paths.h"
+#include "log/paths.h"
 
 sessionUptimeFn sessionUptimeSource = sessionSystemUptime;
 

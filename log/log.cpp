@@ -14,7 +14,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "tools/paths.h"
+#include "log/paths.h"
 
 namespace {
 

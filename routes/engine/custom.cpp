@@ -4,7 +4,7 @@
 
 #include "cgi/response.h"
 #include "routes/engine/values.h"
-#include "tools/address.h"
+#include "routes/engine/address.h"
 
 namespace route {
 

@@ -8,7 +8,7 @@
 #include "cgi/response.h"
 #include "log/log.h"
 #include "routes/engine/values.h"
-#include "tools/address.h"
+#include "routes/engine/address.h"
 
 namespace route {
 

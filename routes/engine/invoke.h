@@ -12,7 +12,7 @@
 
 #include "routes/engine/bind.h"
 #include "routes/engine/slot.h"
-#include "tools/common.h"
+#include "open/startup.h"
 
 namespace route {
 

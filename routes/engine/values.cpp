@@ -7,7 +7,7 @@
 
 #include "cgi/response.h"
 #include "routes/engine/custom.h"
-#include "tools/address.h"
+#include "routes/engine/address.h"
 
 namespace route {
 

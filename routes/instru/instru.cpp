@@ -9,9 +9,9 @@
 #include "cgi/response.h"
 #include "routes/instru/show_version.h"
 #include "routes/families.h"
-#include "tools/cli_show.h"
-#include "tools/common.h"
-#include "tools/paths.h"
+#include "routes/instru/cli_show.h"
+#include "open/startup.h"
+#include "log/paths.h"
 #include "tools/raii.h"
 
 namespace {

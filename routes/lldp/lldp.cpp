@@ -3,7 +3,7 @@
 #include "routes/lldp/lldp.h"
 
 #include "log/log.h"
-#include "tools/common.h"
+#include "open/startup.h"
 
 namespace lldp {
 

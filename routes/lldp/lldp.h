@@ -9,7 +9,7 @@
 
 #include "routes/engine/engine.h"
 #include "routes/engine/walk.h"
-#include "tools/common.h"
+#include "open/startup.h"
 #include "tools/raii.h"
 
 namespace lldp {

@@ -4,7 +4,7 @@
 #include "cgi/response.h"
 #include "routes/families.h"
 #include "routes/lldp/lldp.h"
-#include "tools/common.h"
+#include "open/startup.h"
 
 namespace lldp {
 

@@ -4,7 +4,7 @@
 #include "routes/engine/values.h"
 #include "routes/families.h"
 #include "routes/lldp/lldp.h"
-#include "tools/common.h"
+#include "open/startup.h"
 
 namespace lldp {
 

@@ -10,7 +10,7 @@
 #include "routes/engine/values.h"
 #include "routes/engine/walk.h"
 #include "routes/mirror/mirror.h"
-#include "tools/common.h"
+#include "open/startup.h"
 
 namespace mirror {
 

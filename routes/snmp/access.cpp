@@ -7,7 +7,7 @@
 #include "routes/engine/values.h"
 #include "routes/families.h"
 #include "routes/snmp/snmp.h"
-#include "tools/address.h"
+#include "routes/engine/address.h"
 
 namespace snmp {
 

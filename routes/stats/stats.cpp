@@ -5,7 +5,7 @@
 #include "cgi/response.h"
 #include "routes/engine/engine.h"
 #include "routes/families.h"
-#include "tools/common.h"
+#include "open/startup.h"
 #include "tools/raii.h"
 
 namespace {

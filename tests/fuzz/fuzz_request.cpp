@@ -17,7 +17,7 @@
 #include <vector>
 
 #include "tests/fuzz/in_process_program.h"
-#include "tools/common.h"
+#include "open/startup.h"
 #include "tools/raii.h"
 
 namespace {

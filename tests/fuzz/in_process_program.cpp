@@ -11,7 +11,7 @@
 #include "log/log.h"
 #include "routes/families.h"
 #include "tests/fuzz/file_guard.h"
-#include "tools/common.h"
+#include "open/startup.h"
 #include "tools/raii.h"
 
 void applyEnvironment(const CgiEnvironment &env) {

@@ -20,8 +20,8 @@
 #include "open/opdesc.h"
 #include "routes/families.h"
 #include "tests/fuzz/in_process_program.h"
-#include "tools/openapi/open_names.h"
-#include "tools/openapi/schema.h"
+#include "apidoc/open_names.h"
+#include "apidoc/schema.h"
 #include "tools/raii.h"
 
 namespace {

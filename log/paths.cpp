@@ -1,4 +1,4 @@
-#include "tools/paths.h"
+#include "log/paths.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "tools/openapi/schema.h"
+#include "apidoc/schema.h"
 
 #include <cstring>
 #include <string>

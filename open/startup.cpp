@@ -1,4 +1,4 @@
-#include "tools/common.h"
+#include "open/startup.h"
 
 #include <unistd.h>
 

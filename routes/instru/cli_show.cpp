@@ -1,4 +1,4 @@
-#include "tools/cli_show.h"
+#include "routes/instru/cli_show.h"
 
 #include <cstdio>
 #include <cstring>

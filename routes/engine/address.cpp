@@ -1,4 +1,4 @@
-#include "tools/address.h"
+#include "routes/engine/address.h"
 
 #include <arpa/inet.h>
 

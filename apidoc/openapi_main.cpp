@@ -14,8 +14,8 @@
 #include "cgi/httpd.h"
 #include "cgi/response.h"
 #include "routes/families.h"
-#include "tools/openapi/open_names.h"
-#include "tools/openapi/schema.h"
+#include "apidoc/open_names.h"
+#include "apidoc/schema.h"
 #include "tools/raii.h"
 
 namespace {
