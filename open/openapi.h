@@ -57,6 +57,18 @@ typedef struct {
   int stalled;  // a call timed out: the server is not asked again by this client
 } openapiClientHandle_t;
 
+// The enumerations, generated from open_enums.def and open_counters.def.
+#define OPEN_ENUM_CONSTANT(name, value, word) name = value,
+#define OPEN_ENUM(type, ...) typedef enum { OPEN_FOR_EACH(OPEN_ENUM_CONSTANT, __VA_ARGS__) } type;
+#include "open/open_enums.def"
+#undef OPEN_ENUM
+#undef OPEN_ENUM_CONSTANT
+#define OPEN_COUNTER(name, id) name = id,
+typedef enum {
+#include "open/open_counters.def"
+} OPEN_COUNTER_ID_t;
+#undef OPEN_COUNTER
+
 // The argument types, generated from open_types.def and open_records.def.
 #define OPEN_TYPE(tag, ctype, kind) OPEN_TRAITS_##kind(tag, ctype)
 #include "open/open_types.def"

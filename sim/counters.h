@@ -2,75 +2,11 @@
 // The per-port counters of the switch chip, numbered as OpEN numbers them.
 #include <cstdint>
 
+#include "open/openapi.h"
+
 constexpr uint32_t kCounterCount = 65;
 
-enum CounterId : uint32_t {
-  ctr_reserved = 0,  // a placeholder id, not a counter: asking for it is refused
-  ctr_rx_total_bytes,
-  ctr_rx_64,
-  ctr_rx_65_127,
-  ctr_rx_128_255,
-  ctr_rx_256_511,
-  ctr_rx_512_1023,
-  ctr_rx_1024_1518,
-  ctr_rx_1519_1530,
-  ctr_rx_good_oversize,
-  ctr_rx_error_oversize,
-  ctr_rx_good_undersize,
-  ctr_rx_error_undersize,
-  ctr_rx_ucast_frames,
-  ctr_rx_mcast_frames,
-  ctr_rx_bcast_frames,
-  ctr_rx_align_errors,
-  ctr_rx_fcs_errors,
-  ctr_rx_overruns,
-  ctr_rx_frame_too_long,
-  ctr_tx_total_bytes,
-  ctr_tx_64,
-  ctr_tx_65_127,
-  ctr_tx_128_255,
-  ctr_tx_256_511,
-  ctr_tx_512_1023,
-  ctr_tx_1024_1518,
-  ctr_tx_1519_1530,
-  ctr_tx_ucast_frames,
-  ctr_tx_mcast_frames,
-  ctr_tx_bcast_frames,
-  ctr_tx_fcs_errors,
-  ctr_tx_oversized,
-  ctr_tx_underrun_errors,
-  ctr_tx_one_collision,
-  ctr_tx_multiple_collision,
-  ctr_tx_excessive_collision,
-  ctr_tx_late_collision,
-  ctr_tx_rx_64,
-  ctr_tx_rx_65_127,
-  ctr_tx_rx_128_255,
-  ctr_tx_rx_256_511,
-  ctr_tx_rx_512_1023,
-  ctr_tx_rx_1024_1518,
-  ctr_tx_rx_1519_1522,
-  ctr_tx_rx_1523_2047,
-  ctr_tx_rx_2048_4095,
-  ctr_tx_rx_4096_9216,
-  ctr_ether_stats_drop_events,
-  ctr_snmpifoutdiscard_frames,
-  ctr_snmpifindiscard_frames,
-  ctr_rx_total_frames,
-  ctr_rx_total_error_frames,
-  ctr_tx_total_frames,
-  ctr_tx_total_error_frames,
-  ctr_tx_total_collision_frames,
-  ctr_rx_crc_errors,
-  ctr_rx_total_mac_error_frames,
-  ctr_rx_rate_bits,
-  ctr_tx_rate_bits,
-  ctr_rx_rate_frames,
-  ctr_tx_rate_frames,
-  ctr_ether_stats_hold,
-  ctr_rx_jabber_frames,
-  ctr_port_link_down_counter,
-};
+// The ids and names are OpEN's own (OPEN_COUNTER_ID_t, open/open_counters.def).
 static_assert(ctr_port_link_down_counter + 1 == kCounterCount);
 
 // The rate counters are gauges of the current load, not totals: they do not

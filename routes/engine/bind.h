@@ -9,7 +9,10 @@
 #include <cstddef>
 #include <cstdint>
 
+#include <span>
+
 #include "cgi/request.h"
+#include "open/enums.h"
 #include "open/openapi.h"
 
 namespace route {
@@ -46,10 +49,7 @@ struct BufferKind {
 // A text enumeration. Request texts outside the table become `inputDefault`;
 // values outside the table print as `outputDefault`. `outputMask`, when not
 // 0, keeps only those bits of a value before it is looked up.
-struct Choice {
-  const char *text;
-  int64_t value;
-};
+using Choice = OpenWord;
 struct ChoiceTable {
   const Choice *choices;
   uint8_t count;
@@ -58,10 +58,15 @@ struct ChoiceTable {
   const char *outputDefault;
   uint64_t outputMask;
 };
-template <size_t N>
-constexpr ChoiceTable choiceTable(const Choice (&choices)[N], bool ignoreCase, int64_t inputDefault,
+constexpr ChoiceTable choiceTable(std::span<const Choice> choices, bool ignoreCase, int64_t inputDefault,
                                   const char *outputDefault, uint64_t outputMask = 0) {
-  return {choices, static_cast<uint8_t>(N), ignoreCase, inputDefault, outputDefault, outputMask};
+  return {choices.data(), static_cast<uint8_t>(choices.size()), ignoreCase, inputDefault, outputDefault, outputMask};
+}
+// The words of an OpEN enumeration as a choice.
+template <typename Enumeration>
+constexpr ChoiceTable choicesOf(bool ignoreCase, int64_t inputDefault, const char *outputDefault,
+                                uint64_t outputMask = 0) {
+  return choiceTable(openWords<Enumeration>, ignoreCase, inputDefault, outputDefault, outputMask);
 }
 
 enum class From : uint8_t { Nothing, Query, Body, BodyOrQuery, Constant, Custom };
@@ -104,6 +109,10 @@ struct Bind {
   bool nullable = false;
   bool optional = false;
   bool strict = false;  // a choice whose other texts the route refuses
+  // For the API description: what the input or output is, and an input's
+  // example as JSON text.
+  const char *about = nullptr;
+  const char *sample = nullptr;
   bool orDigits = false;  // a body number that may also come as decimal text
   // A number a route's own code reads: the width it is read into (0: as
   // read), and the range outside which the route refuses it with 10003.
@@ -154,6 +163,16 @@ struct Bind {
     Bind b = *this;
     b.parts = list;
     b.partCount = static_cast<uint8_t>(count);
+    return b;
+  }
+  constexpr Bind described(const char *text) const {
+    Bind b = *this;
+    b.about = text;
+    return b;
+  }
+  constexpr Bind example(const char *json) const {
+    Bind b = *this;
+    b.sample = json;
     return b;
   }
   // A number that may also be sent as decimal text.

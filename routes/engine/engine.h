@@ -54,26 +54,44 @@ using CustomFn = int32_t (*)(Inputs &in, Output &out);
 // OpEN call with one binding per argument. A route that is not one call is
 // a function (`custom`); its bindings then declare, for the API description,
 // what it reads and what its answer holds, in the same form.
+// Result codes a route answers beside those its family's mapping gives.
+struct ResultCodes {
+  static constexpr size_t kMax = 8;
+  int32_t codes[kMax] = {};
+  uint8_t count = 0;
+};
+
 struct Route {
   const char *op;
   int method;
   const Answering *answering;
   Call call;
-  CustomFn custom;
-  const char *summary = nullptr;  // custom routes: what they do, in a line
+  const char *summary = nullptr;  // what the route does, in a line
+  CustomFn custom = nullptr;
+  // A custom route: every code it answers but refusals of its declared
+  // inputs; a row: the codes its bindings' own readers refuse with.
+  ResultCodes codes{};
+
+  constexpr Route answers(std::initializer_list<int32_t> list) const {
+    Route route = *this;
+    for (int32_t code : list) {
+      if (route.codes.count < ResultCodes::kMax) route.codes.codes[route.codes.count++] = code;
+    }
+    return route;
+  }
 };
 
 constexpr Route custom(const char *op, int method, CustomFn handler, const Answering &answering,
                        const char *summary, std::initializer_list<Bind> declared) {
-  Route route{op, method, &answering, {}, handler, summary};
+  Route route{op, method, &answering, {}, summary, handler};
   size_t at = 0;
   for (const Bind &bind : declared) route.call.binds[at++] = bind;
   return route;
 }
 
 // A feature this switch lacks: no call, always 17002.
-constexpr Route unsupported(const char *op, int method, const Answering &answering) {
-  return {op, method, &answering, {}, nullptr};
+constexpr Route unsupported(const char *op, int method, const Answering &answering, const char *summary = nullptr) {
+  return {op, method, &answering, {}, summary};
 }
 
 constexpr bool isCustom(const Route &route) { return route.custom != nullptr; }

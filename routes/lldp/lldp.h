@@ -45,8 +45,7 @@ constexpr route::Bind lldpQueryIfNumGet =
     route::query("ifNum").via(route::kQueryStringSigned).of<uint32_t>().needed();
 
 // "enable" in any case enables; every other word disables.
-constexpr route::Choice kEnableName[] = {{"enable", 1}};
-constexpr route::ChoiceTable kEnableMode = route::choiceTable(kEnableName, true, 0, "disable");
+constexpr route::ChoiceTable kEnableMode = route::choicesOf<OPEN_CONTROL_t>(true, OPEN_DISABLE, "disable");
 
 // OpEN's management string length, 256 when it is 0 or above 256.
 uint32_t lldpMgmtStrLen();

@@ -15,11 +15,7 @@ using namespace route;
 // The optional TLVs by name, looked up in any case, in the order every
 // answer lists them. A name outside the table reads as 9, past the last type.
 constexpr uint32_t kNoTlvType = 9;
-constexpr Choice kTlvTypes[] = {
-    {"system-description", 0}, {"system-name", 1}, {"system-capabilities", 2},
-    {"port-description", 3},   {"management-address", 4}, {"port-vlan", 5},
-    {"vlan-name", 6},          {"max-frame-size", 7},     {"link-aggregation", 8},
-};
+constexpr const auto &kTlvTypes = kOpenWords_OPEN_LLDP_TLV_TYPE_t;
 constexpr ChoiceTable lldpTlvTypeTable = choiceTable(kTlvTypes, true, kNoTlvType, "");
 
 // The LLDP-MED TLVs by their bit in the low byte of the transmit mask.

@@ -34,14 +34,12 @@ constexpr route::QueryReader kMirrorQuery{route::QuerySource::QueryString, KeyMa
                                           route::Digits::Unsigned};
 constexpr route::Family kMirror{kMirrorDir, "mirror", &kMirrorQuery};
 
-// Direction codes: 1 both, 2 receive only, 3 transmit only.
-constexpr uint32_t kBoth = 1, kRx = 2, kTx = 3;
-constexpr route::Choice kDirectionNames[] = {{"rx", kRx}, {"tx", kTx}};
-constexpr route::ChoiceTable kDirection = route::choiceTable(kDirectionNames, true, kBoth, "both");
+// Any word but "rx" and "tx" (in any case) mirrors both directions.
+constexpr uint32_t kBoth = OPEN_MIRROR_BIDIRECTIONAL;
+constexpr route::ChoiceTable kDirection = route::choicesOf<OPEN_MIRROR_DIRECTION_t>(true, kBoth, "both");
 
 // A session's mode: "enable" in any case enables.
-constexpr route::Choice kEnableName[] = {{"enable", 1}};
-constexpr route::ChoiceTable kMode = route::choiceTable(kEnableName, true, 0, "disable");
+constexpr route::ChoiceTable kMode = route::choicesOf<OPEN_CONTROL_t>(true, OPEN_DISABLE, "disable");
 
 // Action of the OpEN writes that add to a list or attach a filter.
 constexpr uint32_t kAttach = 1;

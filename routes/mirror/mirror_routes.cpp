@@ -26,8 +26,7 @@ constexpr Answering kWrite{&kMirror, Mapping::OpenRc, AnswerStyle::Line, AnswerS
 constexpr Answering kVlanRangesWrite{&kMirror, Mapping::ShowDefaults, AnswerStyle::Line, AnswerStyle::Line,
                                      AnswerStyle::Line};
 
-constexpr Choice kReservedName[] = {{"reserved", 1}};
-constexpr ChoiceTable kReserveState = choiceTable(kReservedName, true, 0, "unreserved");
+constexpr ChoiceTable kReserveState = choicesOf<OPEN_MIRROR_RESERVE_STATE_t>(true, OPEN_MIRROR_UNRESERVED, "unreserved");
 
 constexpr BufferKind kInputText{256, SizeRule::LengthPlusOne, nullptr};
 constexpr BufferKind kIntfListText{5000, SizeRule::Capacity, nullptr};

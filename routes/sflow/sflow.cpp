@@ -16,11 +16,10 @@ constexpr Family kSflow{kDir, "sflow", &kQueryStringUnsigned};
 constexpr Answering kGet{&kSflow, Mapping::OpenRc, AnswerStyle::Data, AnswerStyle::Data, AnswerStyle::Data};
 constexpr Answering kPut{&kSflow, Mapping::OpenRc, AnswerStyle::Line, AnswerStyle::Line, AnswerStyle::Line};
 
-constexpr Choice kSamplerTypeNames[] = {{"flow_based", 1}, {"egress", 2}};
-constexpr ChoiceTable kSamplerType = choiceTable(kSamplerTypeNames, false, 0, "");
+// Any other text asks for type 0, which the switch refuses.
+constexpr ChoiceTable kSamplerType = choicesOf<OPEN_SFLOW_SAMPLING_TYPE_t>(false, 0, "");
 // Only "enable" exactly enables.
-constexpr Choice kEnableName[] = {{"enable", 1}};
-constexpr ChoiceTable kMode = choiceTable(kEnableName, false, 0, "disable");
+constexpr ChoiceTable kMode = choicesOf<OPEN_CONTROL_t>(false, OPEN_DISABLE, "disable");
 
 constexpr BufferKind kOwnerText{256, SizeRule::Capacity, nullptr};
 

@@ -19,12 +19,10 @@ using namespace route;
 constexpr BufferKind kCommunityKey{21, SizeRule::LengthPlusOne, nullptr};
 
 // An unknown access type goes out as 0 and prints as no access.
-constexpr Choice kAccessTypeNames[] = {
-    {"snmp_community_access_ro", 1}, {"snmp_community_access_rw", 2}, {"snmp_community_access_su", 3}};
-constexpr ChoiceTable kAccessType = choiceTable(kAccessTypeNames, false, 0, "snmp_community_access_none");
+constexpr ChoiceTable kAccessType =
+    choicesOf<OPEN_SNMP_COMMUNITY_ACCESS_TYPE_t>(false, OPEN_SNMP_COMMUNITY_ACCESS_NONE, "snmp_community_access_none");
 // Views and filters include a subtree unless told, or shown, to exclude it.
-constexpr Choice kTreeTypeNames[] = {{"included", 1}, {"excluded", 2}};
-constexpr ChoiceTable kTreeType = choiceTable(kTreeTypeNames, false, 1, "included");
+constexpr ChoiceTable kTreeType = choicesOf<OPEN_SNMP_VIEW_TYPE_t>(false, OPEN_SNMP_VIEW_TYPE_INCLUDED, "included");
 
 constexpr const char *kCommunityObject = "community";
 

@@ -10,18 +10,13 @@ namespace {
 
 using namespace route;
 
-constexpr Choice kNotifyTypeNames[] = {{"trap", 1}, {"inform", 2}};
-constexpr ChoiceTable kNotifyType = choiceTable(kNotifyTypeNames, false, 1, "trap");
-// The trap source interface's type as OpEN numbers interface types.
-constexpr Choice kIntfTypeNames[] = {{"phy", 0},      {"cpu", 1},    {"lag", 2},          {"vlan", 3},
-                                     {"loopback", 4}, {"tunnel", 5}, {"service_port", 6}, {"any", 8}};
-constexpr ChoiceTable kIntfType = choiceTable(kIntfTypeNames, false, 0, "other");
+constexpr ChoiceTable kNotifyType = choicesOf<OPEN_SNMP_NOTIFY_TYPE_t>(false, OPEN_SNMP_NOTIFY_TYPE_TRAP, "trap");
+// The trap source interface's type; a type OpEN does not name prints as "other".
+constexpr ChoiceTable kIntfType = choicesOf<OPEN_INTF_TYPES_t>(false, OPEN_INTF_TYPE_PHY, "other");
 // Lookups name a filter's subtree only when told; anything else is a view's.
-constexpr Choice kTreeFamilyNames[] = {{"snmp_filter_tree", 2}};
-constexpr ChoiceTable kTreeFamily = choiceTable(kTreeFamilyNames, false, 1, "");
+constexpr ChoiceTable kTreeFamily = choicesOf<OPEN_SNMP_TREE_FAMILY_t>(false, OPEN_SNMP_VIEW_TREE, "");
 // A trap flag is set only by "true"; its one-byte mode reads true when the low bit is set.
-constexpr Choice kTrueName[] = {{"true", 1}};
-constexpr ChoiceTable kTrapMode = choiceTable(kTrueName, false, 0, "false", 1);
+constexpr ChoiceTable kTrapMode = choicesOf<OPEN_BOOL_t>(false, OPEN_FALSE, "false", 1);
 
 // Host names and addresses of the host walk: 158 characters.
 constexpr BufferKind kHostKey{159, SizeRule::LengthPlusOne, nullptr};

@@ -30,13 +30,12 @@ constexpr route::BufferKind kViewName{31, route::SizeRule::LengthPlusOne, nullpt
 constexpr route::BufferKind kOidTree{129, route::SizeRule::LengthPlusOne, nullptr};
 
 // An unknown model goes out as 0, which prints as "any".
-constexpr route::Choice kSecurityModelNames[] = {{"snmpv1", 1}, {"snmpv2c", 2}, {"usm", 3}};
-constexpr route::ChoiceTable kSecurityModel = route::choiceTable(kSecurityModelNames, false, 0, "any");
+constexpr route::ChoiceTable kSecurityModel =
+    route::choicesOf<OPEN_SNMP_SECURITY_MODEL_t>(false, OPEN_SNMP_SECURITY_MODEL_ANY, "any");
 // An unknown level goes out as 1: no authentication, no privacy.
-constexpr route::Choice kSecurityLevelNames[] = {{"noauthnopriv", 1}, {"authnopriv", 2}, {"authpriv", 3}};
-constexpr route::ChoiceTable kSecurityLevel = route::choiceTable(kSecurityLevelNames, false, 1, "noauthnopriv");
+constexpr route::ChoiceTable kSecurityLevel =
+    route::choicesOf<OPEN_SNMP_SECURITY_LEVEL_t>(false, OPEN_SNMP_SECURITY_LEVEL_NOAUTHNOPRIV, "noauthnopriv");
 // Only "enable" exactly enables; only 1 prints as enabled.
-constexpr route::Choice kEnableName[] = {{"enable", 1}};
-constexpr route::ChoiceTable kEnableMode = route::choiceTable(kEnableName, false, 0, "disable");
+constexpr route::ChoiceTable kEnableMode = route::choicesOf<OPEN_CONTROL_t>(false, OPEN_DISABLE, "disable");
 
 }  // namespace snmp

@@ -10,10 +10,8 @@ namespace {
 
 using namespace route;
 
-constexpr Choice kAuthProtoNames[] = {{"sha", 1}, {"md5", 2}, {"sha512", 3}};
-constexpr ChoiceTable kAuthProto = choiceTable(kAuthProtoNames, false, 0, "none");
-constexpr Choice kPrivProtoNames[] = {{"des", 1}, {"3des", 2}, {"aes128", 3}, {"aes192", 4}, {"aes256", 5}};
-constexpr ChoiceTable kPrivProto = choiceTable(kPrivProtoNames, false, 0, "none");
+constexpr ChoiceTable kAuthProto = choicesOf<OPEN_SNMP_AUTH_PROTOCOL_t>(false, OPEN_SNMP_AUTH_PROTOCOL_NONE, "none");
+constexpr ChoiceTable kPrivProto = choicesOf<OPEN_SNMP_PRIV_PROTOCOL_t>(false, OPEN_SNMP_PRIV_PROTOCOL_NONE, "none");
 
 // The user walk's key and outputs keep fixed descriptor sizes: 30
 // characters of user or group name, 32 of engine identifier as given.
