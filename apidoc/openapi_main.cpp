@@ -463,7 +463,43 @@ JsonPtr buildDocument() {
 
 }  // namespace
 
-int main() {
+// What the declarations still leave to the generator's guesses: a route
+// without its summary, an input without its description or example, a
+// family without its description.
+int listMissing() {
+  int missing = 0;
+  std::set<const void *> families;
+  for (const route::RouteGroup *group : routeGroups()) {
+    const route::Family *family = group->rows[0].answering->family;
+    if (families.insert(family).second && family->about == nullptr) {
+      printf("%s: family description\n", group->dir);
+      ++missing;
+    }
+    for (const route::Route &row : std::span(group->rows, group->count)) {
+      std::string where = std::string(group->dir) + "/" + row.op + " " + methodName(row.method);
+      if (row.summary == nullptr) {
+        printf("%s: summary\n", where.c_str());
+        ++missing;
+      }
+      for (const Input &input : apidoc::inputsOf(row, row.method)) {
+        const char *place = input.place == Input::Place::Query ? "query" : "body";
+        if (input.bind->about == nullptr) {
+          printf("%s: %s \"%s\" description\n", where.c_str(), place, input.name.c_str());
+          ++missing;
+        }
+        if (input.bind->sample == nullptr) {
+          printf("%s: %s \"%s\" example\n", where.c_str(), place, input.name.c_str());
+          ++missing;
+        }
+      }
+    }
+  }
+  printf("%d missing\n", missing);
+  return missing == 0 ? 0 : 1;
+}
+
+int main(int argc, char **argv) {
+  if (argc > 1 && strcmp(argv[1], "--missing") == 0) return listMissing();
   JsonPtr document = buildDocument();
   if (!apidoc::problems().empty()) {
     for (const std::string &problem : apidoc::problems()) fprintf(stderr, "openapi: %s\n", problem.c_str());

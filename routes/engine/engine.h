@@ -20,6 +20,7 @@ struct Family {
   const char *dir;
   const char *dataKey;
   const QueryReader *reader;  // how query keys are read unless a binding says otherwise
+  const char *about = nullptr;  // what the family's routes are for, in a sentence
 };
 
 // How an OpEN result becomes a result code: mapped, any failure as 10000,

@@ -73,10 +73,18 @@ struct Placeholder {
                                           AnswerStyle::Data};
   static constexpr route::Answering kWrite{&F, route::Mapping::Unsupported, AnswerStyle::Line, AnswerStyle::Line,
                                            AnswerStyle::Line};
-  static constexpr route::Route get(const char *op) { return route::unsupported(op, HTTPD_GET, kRead); }
-  static constexpr route::Route post(const char *op) { return route::unsupported(op, HTTPD_POST, kWrite); }
-  static constexpr route::Route put(const char *op) { return route::unsupported(op, HTTPD_PUT, kWrite); }
-  static constexpr route::Route del(const char *op) { return route::unsupported(op, HTTPD_DELETE, kWrite); }
+  static constexpr route::Route get(const char *op, const char *summary = nullptr) {
+    return route::unsupported(op, HTTPD_GET, kRead, summary);
+  }
+  static constexpr route::Route post(const char *op, const char *summary = nullptr) {
+    return route::unsupported(op, HTTPD_POST, kWrite, summary);
+  }
+  static constexpr route::Route put(const char *op, const char *summary = nullptr) {
+    return route::unsupported(op, HTTPD_PUT, kWrite, summary);
+  }
+  static constexpr route::Route del(const char *op, const char *summary = nullptr) {
+    return route::unsupported(op, HTTPD_DELETE, kWrite, summary);
+  }
 };
 
 constexpr route::Answering kNosRead{&kNos, route::Mapping::OpenRc, AnswerStyle::Data, AnswerStyle::Data,
