@@ -84,7 +84,7 @@ Output Output::object(const Bind &part) {
 List Output::list(const Bind &part) {
   cJSON *array = cJSON_CreateArray();
   add(part, array);
-  return List(array, part.parts);
+  return List(array);
 }
 
 Output List::addObject() {

@@ -98,13 +98,12 @@ class Output {
 // A list of the answer: objects of its parts, or values of its one unnamed part.
 class List {
  public:
-  List(cJSON *array, const Bind *part) : array_(array), part_(part) {}
+  explicit List(cJSON *array) : array_(array) {}
   Output addObject();
   void addNumber(double value);
 
  private:
   cJSON *array_;
-  const Bind *part_;
 };
 
 }  // namespace route
