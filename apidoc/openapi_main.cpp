@@ -1,9 +1,10 @@
-// Writes the OpenAPI description of every route to standard output, walking
-// the same route groups that main registers. Exits 1, writing nothing, when
-// a route cannot be described.
+// Writes the OpenAPI description of every route to standard output, from
+// the route declarations that main registers, with every example answer
+// taken from the program answering the example request on the default
+// simulated switch. Exits 1, writing nothing, when a route cannot be
+// described. `--missing` lists what the declarations do not say yet.
 #include <cjson/cJSON.h>
 
-#include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <cstring>
@@ -11,12 +12,16 @@
 #include <span>
 #include <string>
 
-#include "cgi/httpd.h"
-#include "cgi/response.h"
-#include "routes/families.h"
+#include "apidoc/codes.h"
+#include "apidoc/live.h"
 #include "apidoc/open_names.h"
 #include "apidoc/schema.h"
-#include "tools/raii.h"
+#include "cgi/httpd.h"
+#include "cgi/request.h"
+#include "cgi/response.h"
+#include "cgi/session.h"
+#include "open/raii.h"
+#include "routes/families.h"
 
 namespace {
 
@@ -57,118 +62,31 @@ std::string operationId(int method, const char *dir, const char *op) {
   return id;
 }
 
-// The words of an OpEN name, its verb first and its abbreviations spelt out:
-// "openapiLldpIntfTransmitModeGet" -> "Get LLDP interface transmit mode".
-struct Spelling {
-  const char *word, *spelt;
-};
-constexpr Spelling kSpellings[] = {
-    {"Lldp", "LLDP"},     {"Lldpdot3", "LLDP 802.3"}, {"Snmp", "SNMP"},        {"Sflow", "sFlow"},
-    {"Med", "MED"},       {"X", "extended"},          {"Tlv", "TLV"},          {"Ip", "IP"},
-    {"Ipv4", "IPv4"},     {"Ipv6", "IPv6"},           {"Acl", "ACL"},          {"Mac", "MAC"},
-    {"Vlan", "VLAN"},     {"Oid", "OID"},             {"Oui", "OUI"},          {"Mau", "MAU"},
-    {"Poe", "PoE"},       {"Pse", "PSE"},             {"Pd", "PD"},            {"Ttl", "TTL"},
-    {"Udp", "UDP"},       {"Id", "ID"},               {"Intf", "interface"},   {"Iface", "interface"},
-    {"Rem", "remote"},    {"Loc", "local"},           {"Rcvr", "receiver"},    {"Mgmt", "management"},
-    {"Dest", "destination"}, {"Src", "source"},       {"Addr", "address"},     {"Sys", "system"},
-    {"Cap", "capabilities"}, {"Supp", "supported"},   {"Neg", "negotiation"},  {"Mfg", "manufacturer"},
-    {"Rev", "revision"},  {"Fs", "flow sampler"},     {"Cp", "counter poller"}, {"Sw", "switch"},
-    {"Av", "available"},  {"Pri", "priority"},        {"Req", "requested"},    {"Str", "string"},
-    {"Len", "length"},    {"Cfg", "configuration"},   {"Oper", "operational"}, {"Passwd", "password"},
-};
-constexpr const char *kVerbs[] = {"Get", "Set", "Create", "Delete", "Reset", "Add", "Remove", "Count", "Check"};
+const route::Family &familyOf(const route::RouteGroup &group) { return *group.rows[0].answering->family; }
 
-std::vector<std::string> camelWords(const char *name) {
-  std::vector<std::string> words;
-  for (const char *c = name; *c != '\0'; ++c) {
-    auto at = [](char x) { return static_cast<unsigned char>(x); };
-    bool starts = isupper(at(*c)) && (c == name || !isupper(at(c[-1])) || (c[1] != '\0' && islower(at(c[1]))));
-    if (starts || words.empty()) words.emplace_back();
-    words.back() += *c;
-  }
-  return words;
-}
-
-std::string speltOut(const std::string &word) {
-  for (const Spelling &spelling : kSpellings) {
-    if (word == spelling.word) return spelling.spelt;
-  }
-  // An abbreviation already in capitals stays as it is.
-  if (std::all_of(word.begin(), word.end(), [](char c) { return isupper(static_cast<unsigned char>(c)); })) return word;
-  std::string lower = word;
-  for (char &c : lower) c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
-  return lower;
-}
-
-std::string summaryOf(const char *openName) {
-  std::vector<std::string> words = camelWords(openName + strlen("openapi"));
-  std::string verb;
-  bool next = false;
-  for (int pass = 0; pass < 2 && !words.empty(); ++pass) {
-    if (words.back() == "Next") {
-      next = true;
-      words.pop_back();
-    } else if (verb.empty() && std::find(std::begin(kVerbs), std::end(kVerbs), words.back()) != std::end(kVerbs)) {
-      verb = words.back();
-      words.pop_back();
-    }
-  }
-  std::string text = verb.empty() ? "" : verb;
-  if (next) text += text.empty() ? "Next" : " next";
-  for (const std::string &word : words) text += (text.empty() ? "" : " ") + speltOut(word);
-  if (!text.empty()) text[0] = static_cast<char>(toupper(static_cast<unsigned char>(text[0])));
-  return text;
+std::string whereOf(const route::RouteGroup &group, const route::Route &row) {
+  return std::string(group.dir) + "/" + row.op + " " + methodName(row.method);
 }
 
 // ---- Examples ----
 
-// Values that name something on the default simulated switch: port 5 and
-// the IP phone it hears over LLDP, session 1 and its VLANs, a community that
-// is not the last of its walk.
-struct Example {
-  const char *key;
-  const char *json;
-};
-constexpr Example kExamples[] = {
-    {"ifNum", "5"},           {"intIfNum", "1"},          {"intf", "5"},
-    {"remIndex", "4"},        {"timeStamp", "5128807"},   {"timestamp", "5128807"},
-    {"sessionNum", "1"},      {"sessionId", "1"},         {"vlanId", "10"},
-    {"rspanVlan", "10"},      {"index", "1"},             {"instance", "1"},
-    {"policyAppType", "1"},   {"subType", "3"},           {"communityName", "\"private\""},
-    {"groupName", "\"DefaultRead\""}, {"viewName", "\"Default\""}, {"oidTree", "\"1.3.6.1\""},
-    {"filterName", "\"default\""}, {"userName", "\"admin\""}, {"sysName", "\"switch-1\""},
-    {"sysContact", "\"noc@example.com\""}, {"sysLocation", "\"Lab, rack 4\""}, {"host", "\"192.0.2.20\""},
-    {"vlan-list", "\"10,20-22\""}, {"owner", "\"collector\""}, {"counterId", "\"ctr_rx_total_bytes\""},
-    {"name", "\"Default\""},  {"mauType", "30"},           {"hold", "4"},
-    {"interval", "30"},       {"notification-interval", "5"}, {"engineId", "\"80007ed9030011225a3bc0\""},
-};
-
-// A value of the schema's own kind: one of its words, or the example a key
-// names, or a plain value of its type.
-bool listed(const cJSON *words, const cJSON *value) {
-  for (const cJSON *word = words ? words->child : nullptr; word != nullptr; word = word->next) {
-    if (cJSON_Compare(word, value, true)) return true;
+// The query of the example request: every query input with its example.
+std::string exampleQuery(const std::vector<Input> &inputs) {
+  std::string query;
+  for (const Input &input : inputs) {
+    if (input.place != Input::Place::Query) continue;
+    JsonPtr value(apidoc::inputExample(*input.bind, input.param));
+    std::string text = cJSON_IsString(value.get()) ? value->valuestring : CText(cJSON_PrintUnformatted(value.get())).get();
+    query += (query.empty() ? "" : "&") + input.name + "=" + text;
   }
-  return words == nullptr;
+  return query;
 }
 
-cJSON *exampleOf(const Input &input, const cJSON *schema) {
-  const cJSON *words = cJSON_GetObjectItemCaseSensitive(schema, "enum");
-  const cJSON *type = cJSON_GetObjectItemCaseSensitive(schema, "type");
-  const char *kind = cJSON_IsString(type) ? type->valuestring : "";
-  for (const Example &example : kExamples) {
-    if (input.name != example.key) continue;
-    JsonPtr value(cJSON_Parse(example.json));
-    bool fits = strcmp(kind, "integer") == 0 ? cJSON_IsNumber(value.get()) : cJSON_IsString(value.get());
-    if (fits && listed(words, value.get())) return value.release();
-  }
-  if (words != nullptr && words->child != nullptr) return cJSON_Duplicate(words->child, 1);
-  if (strcmp(kind, "integer") == 0) return cJSON_CreateNumber(1);
-  if (strcmp(kind, "string") == 0) {
-    bool address = cJSON_GetObjectItemCaseSensitive(schema, "anyOf") != nullptr;
-    return cJSON_CreateString(address ? "192.0.2.20" : "");
-  }
-  return nullptr;
+// The holder of a body member: the body itself or an object inside it.
+cJSON *holderIn(cJSON *body, const std::string &object) {
+  if (object.empty()) return body;
+  cJSON *inner = cJSON_GetObjectItemCaseSensitive(body, object.c_str());
+  return inner != nullptr ? inner : cJSON_AddObjectToObject(body, object.c_str());
 }
 
 // ---- Operations ----
@@ -178,15 +96,18 @@ std::string ruleOf(const route::Route &row, const char *openName) {
   if (openName != nullptr) text = std::string("Calls `") + openName + "` once. ";
   switch (row.answering->mapping) {
     case route::Mapping::OpenRc:
-      text += "OpEN's result is mapped: -22 gives 10003, -24 10011, -28 17002, -29 10023, any other failure 10000.";
+      text += "OpEN's result gives the result code: " + apidoc::openMappingText() + ".";
       break;
-    case route::Mapping::AnyFailure: text += "Any failure of OpEN answers 10000."; break;
+    case route::Mapping::AnyFailure:
+      text += "Any failure of OpEN answers " + std::to_string(RC_GENERAL_FAILED) + ".";
+      break;
     case route::Mapping::ShowDefaults:
       text += openName != nullptr ? "Never fails: when OpEN does, the answer shows the outputs' starting values."
                                   : "Never fails: it shows what could be read.";
       break;
     case route::Mapping::Unsupported:
-      text += "This switch lacks the feature: the route always answers 17002 without calling OpEN.";
+      text += "This switch lacks the feature: the route answers " + std::to_string(RC_UNSUPPORTED_FEATURE) +
+              " without calling OpEN.";
       break;
   }
   return text;
@@ -200,11 +121,9 @@ void addParameters(cJSON *operation, const std::vector<Input> &inputs) {
     cJSON_AddStringToObject(parameter, "name", input.name.c_str());
     cJSON_AddStringToObject(parameter, "in", "query");
     cJSON_AddBoolToObject(parameter, "required", input.required);
-    cJSON *schema = apidoc::inputSchema(input);
-    if (!input.note.empty()) cJSON_AddStringToObject(parameter, "description", input.note.c_str());
-    cJSON *example = exampleOf(input, schema);
-    cJSON_AddItemToObject(parameter, "schema", schema);
-    if (example != nullptr) cJSON_AddItemToObject(parameter, "example", example);
+    cJSON_AddStringToObject(parameter, "description", apidoc::inputDescription(input).c_str());
+    cJSON_AddItemToObject(parameter, "schema", apidoc::inputSchema(input));
+    cJSON_AddItemToObject(parameter, "example", apidoc::inputExample(*input.bind, input.param));
     cJSON_AddItemToArray(parameters, parameter);
   }
   cJSON *refresh = cJSON_CreateObject();
@@ -212,241 +131,260 @@ void addParameters(cJSON *operation, const std::vector<Input> &inputs) {
   cJSON_AddItemToArray(parameters, refresh);
 }
 
-// The holder of a body member: the body itself or an object inside it.
-cJSON *holderOf(cJSON *body, cJSON *example, const std::string &object, cJSON **exampleHolder) {
-  *exampleHolder = example;
-  if (object.empty()) return body;
-  cJSON *properties = cJSON_GetObjectItemCaseSensitive(body, "properties");
-  cJSON *inner = cJSON_GetObjectItemCaseSensitive(properties, object.c_str());
-  if (inner == nullptr) {
-    inner = cJSON_AddObjectToObject(properties, object.c_str());
-    cJSON_AddStringToObject(inner, "type", "object");
-    cJSON_AddObjectToObject(inner, "properties");
-    cJSON_AddArrayToObject(inner, "required");
-    cJSON_AddObjectToObject(example, object.c_str());
-  }
-  *exampleHolder = cJSON_GetObjectItemCaseSensitive(example, object.c_str());
-  return inner;
+cJSON *objectSchema() {
+  cJSON *schema = cJSON_CreateObject();
+  cJSON_AddStringToObject(schema, "type", "object");
+  cJSON_AddObjectToObject(schema, "properties");
+  cJSON_AddArrayToObject(schema, "required");
+  return schema;
 }
 
-void addRequestBody(cJSON *operation, const std::vector<Input> &inputs) {
-  JsonPtr body(cJSON_CreateObject());
-  cJSON_AddStringToObject(body.get(), "type", "object");
-  cJSON_AddObjectToObject(body.get(), "properties");
-  cJSON_AddArrayToObject(body.get(), "required");
-  JsonPtr example(cJSON_CreateObject());
+// The body's schema and its example, or NULL when the route reads no body.
+JsonPtr requestBodyOf(const std::vector<Input> &inputs, JsonPtr *example) {
+  JsonPtr body(objectSchema());
+  example->reset(cJSON_CreateObject());
   bool any = false;
   for (const Input &input : inputs) {
     if (input.place != Input::Place::Body) continue;
     any = true;
-    cJSON *exampleHolder = nullptr;
-    cJSON *holder = holderOf(body.get(), example.get(), input.object, &exampleHolder);
-    cJSON *schema = apidoc::inputSchema(input);
-    if (!input.note.empty()) {
-      const cJSON *said = cJSON_GetObjectItemCaseSensitive(schema, "description");
-      std::string text = input.note + (cJSON_IsString(said) ? std::string(" ") + said->valuestring : "");
-      cJSON_DeleteItemFromObjectCaseSensitive(schema, "description");
-      cJSON_AddStringToObject(schema, "description", text.c_str());
+    cJSON *holder = body.get();
+    if (!input.object.empty()) {
+      cJSON *properties = cJSON_GetObjectItemCaseSensitive(body.get(), "properties");
+      holder = cJSON_GetObjectItemCaseSensitive(properties, input.object.c_str());
+      if (holder == nullptr) cJSON_AddItemToObject(properties, input.object.c_str(), holder = objectSchema());
     }
-    cJSON *value = exampleOf(input, schema);
-    if (value != nullptr) cJSON_AddItemToObject(exampleHolder, input.name.c_str(), value);
+    cJSON *schema = apidoc::inputSchema(input);
+    cJSON_AddStringToObject(schema, "description", apidoc::inputDescription(input).c_str());
     cJSON_AddItemToObject(cJSON_GetObjectItemCaseSensitive(holder, "properties"), input.name.c_str(), schema);
     if (input.required) {
       cJSON_AddItemToArray(cJSON_GetObjectItemCaseSensitive(holder, "required"), cJSON_CreateString(input.name.c_str()));
     }
+    cJSON_AddItemToObject(holderIn(example->get(), input.object), input.name.c_str(),
+                          apidoc::inputExample(*input.bind, input.param));
   }
-  if (!any) return;
+  if (!any) example->reset();
+  return any ? std::move(body) : nullptr;
+}
+
+void addRequestBody(cJSON *operation, JsonPtr schema, JsonPtr example) {
+  if (!schema) return;
   cJSON *request = cJSON_AddObjectToObject(operation, "requestBody");
   cJSON_AddBoolToObject(request, "required", true);
   cJSON_AddStringToObject(request, "description",
-                          "One JSON object; a body that is not one JSON value is refused with 10003. "
-                          "Member names are matched ignoring case.");
+                          ("One JSON object of at most " + std::to_string(kMaxBodyBytes) +
+                           " bytes; a body that is not one JSON value, or is longer, is refused with 10003. "
+                           "Member names are matched ignoring case.")
+                              .c_str());
   cJSON *json = cJSON_AddObjectToObject(cJSON_AddObjectToObject(request, "content"), "application/json");
-  cJSON_AddItemToObject(json, "schema", body.release());
+  cJSON_AddItemToObject(json, "schema", schema.release());
   cJSON_AddItemToObject(json, "example", example.release());
 }
 
-cJSON *ref(const char *target) {
+cJSON *refTo(const std::string &target) {
   cJSON *item = cJSON_CreateObject();
-  cJSON_AddStringToObject(item, "$ref", target);
+  cJSON_AddStringToObject(item, "$ref", target.c_str());
   return item;
 }
 
-cJSON *envelope(const char *title, const char *resp) {
+std::string respRef(int32_t code) { return "#/components/schemas/Resp" + std::to_string(code); }
+
+cJSON *envelope(const char *title, cJSON *resp) {
   cJSON *schema = cJSON_CreateObject();
   cJSON_AddStringToObject(schema, "title", title);
   cJSON_AddStringToObject(schema, "type", "object");
-  cJSON_AddItemToObject(cJSON_AddObjectToObject(schema, "properties"), "resp", ref(resp));
+  cJSON_AddItemToObject(cJSON_AddObjectToObject(schema, "properties"), "resp", resp);
   cJSON_AddItemToArray(cJSON_AddArrayToObject(schema, "required"), cJSON_CreateString("resp"));
   cJSON_AddBoolToObject(schema, "additionalProperties", false);
   return schema;
 }
 
-// Either {dataKey: data, "resp": success} or {"resp": failure}: the data
-// member comes before "resp", and only on success.
-cJSON *envelopeOf(const route::Route &row) {
-  bool alwaysShown = false;
-  JsonPtr data(apidoc::answerSchema(row, &alwaysShown));
-  cJSON *success = envelope("Success", "#/components/schemas/Success");
-  if (cJSON_GetArraySize(cJSON_GetObjectItemCaseSensitive(data.get(), "properties")) > 0) {
-    const char *dataKey = row.answering->family->dataKey;
-    cJSON *properties = cJSON_GetObjectItemCaseSensitive(success, "properties");
-    cJSON_DeleteItemFromObject(properties, "resp");
-    cJSON_AddItemToObject(properties, dataKey, data.release());
-    cJSON_AddItemToObject(properties, "resp", ref("#/components/schemas/Success"));
-    if (alwaysShown) cJSON_AddItemToArray(cJSON_GetObjectItemCaseSensitive(success, "required"), cJSON_CreateString(dataKey));
+// The failures' "resp": one of the route's codes with its message.
+cJSON *failureResp(const std::set<int32_t> &codes) {
+  std::vector<int32_t> failures;
+  for (int32_t code : codes) {
+    if (code != RC_SUCCESS) failures.push_back(code);
   }
-  cJSON *failure = envelope("Failure", "#/components/schemas/Failure");
-  if (row.answering->mapping == route::Mapping::Unsupported) {
-    cJSON_Delete(success);
-    return failure;
+  if (failures.size() == 1) return refTo(respRef(failures[0]));
+  cJSON *either = cJSON_CreateObject();
+  cJSON *forms = cJSON_AddArrayToObject(either, "oneOf");
+  for (int32_t code : failures) cJSON_AddItemToArray(forms, refTo(respRef(code)));
+  return either;
+}
+
+// {dataKey: data, "resp": success} or {"resp": failure}: the data member
+// comes before "resp", and only on success.
+cJSON *envelopeOf(const route::Route &row, const std::set<int32_t> &codes) {
+  cJSON *forms = cJSON_CreateArray();
+  if (codes.count(RC_SUCCESS) != 0) {
+    bool alwaysShown = false;
+    JsonPtr data(apidoc::answerSchema(row, &alwaysShown));
+    cJSON *success = envelope("Success", refTo(respRef(RC_SUCCESS)));
+    if (cJSON_GetArraySize(cJSON_GetObjectItemCaseSensitive(data.get(), "properties")) > 0) {
+      const char *dataKey = row.answering->family->dataKey;
+      cJSON *properties = cJSON_GetObjectItemCaseSensitive(success, "properties");
+      cJSON *resp = cJSON_DetachItemFromObjectCaseSensitive(properties, "resp");
+      cJSON_AddItemToObject(properties, dataKey, data.release());
+      cJSON_AddItemToObject(properties, "resp", resp);
+      if (alwaysShown) {
+        cJSON_AddItemToArray(cJSON_GetObjectItemCaseSensitive(success, "required"), cJSON_CreateString(dataKey));
+      }
+    }
+    cJSON_AddItemToArray(forms, success);
   }
-  // The two exclude each other by "respCode" and "status".
+  if (codes.size() > codes.count(RC_SUCCESS)) cJSON_AddItemToArray(forms, envelope("Failure", failureResp(codes)));
+  if (cJSON_GetArraySize(forms) == 1) {
+    cJSON *only = cJSON_DetachItemFromArray(forms, 0);
+    cJSON_Delete(forms);
+    return only;
+  }
   cJSON *schema = cJSON_CreateObject();
-  cJSON *either = cJSON_AddArrayToObject(schema, "anyOf");
-  cJSON_AddItemToArray(either, success);
-  cJSON_AddItemToArray(either, failure);
+  cJSON_AddItemToObject(schema, "anyOf", forms);
   return schema;
 }
 
-cJSON *operationOf(const route::Route &row, const char *dir) {
+std::string codesText(const std::set<int32_t> &codes) {
+  std::string text = "Result codes: ";
+  bool first = true;
+  for (int32_t code : codes) {
+    text += (first ? "" : ", ") + std::to_string(code) + " \"" + resultCodeMessage(code) + "\"";
+    first = false;
+  }
+  return text + ".";
+}
+
+// Whether a declaration that does not say what it is stops the build.
+constexpr bool kEveryDeclarationDescribed = false;
+
+void missing(const std::string &what) {
+  if (kEveryDeclarationDescribed) apidoc::problems().push_back(what);
+}
+
+std::string summaryOf(const route::Route &row, const std::string &where) {
+  if (row.summary == nullptr) {
+    missing(where + " has no summary");
+    return row.op;
+  }
+  if (row.answering->mapping == route::Mapping::Unsupported) return std::string(row.summary) + ": not on this switch";
+  return row.summary;
+}
+
+struct Operation {
+  const route::RouteGroup &group;
+  size_t index;
+  const route::Route &row() const { return group.rows[index]; }
+};
+
+cJSON *operationOf(const Operation &at, apidoc::LiveSwitch &live, std::set<int32_t> &codesUsed) {
+  const route::Route &row = at.row();
   const char *openName = row.call.open.invoke != nullptr ? apidoc::openNameOf(row.call.open) : nullptr;
+  std::set<int32_t> codes = apidoc::resultCodesOf(row);
+  codesUsed.insert(codes.begin(), codes.end());
   cJSON *operation = cJSON_CreateObject();
-  cJSON_AddStringToObject(operation, "operationId", operationId(row.method, dir, row.op).c_str());
-  cJSON_AddItemToArray(cJSON_AddArrayToObject(operation, "tags"), cJSON_CreateString(tagOf(dir)));
-  std::string summary = row.summary != nullptr ? row.summary
-                        : openName != nullptr  ? summaryOf(openName)
-                                               : "Not supported on this switch";
-  cJSON_AddStringToObject(operation, "summary", summary.c_str());
-  cJSON_AddStringToObject(operation, "description", ruleOf(row, openName).c_str());
+  cJSON_AddStringToObject(operation, "operationId", operationId(row.method, at.group.dir, row.op).c_str());
+  cJSON_AddItemToArray(cJSON_AddArrayToObject(operation, "tags"), cJSON_CreateString(tagOf(at.group.dir)));
+  cJSON_AddStringToObject(operation, "summary", summaryOf(row, whereOf(at.group, row)).c_str());
+  cJSON_AddStringToObject(operation, "description", (ruleOf(row, openName) + " " + codesText(codes)).c_str());
   std::vector<Input> inputs = apidoc::inputsOf(row, row.method);
   addParameters(operation, inputs);
-  addRequestBody(operation, inputs);
+  JsonPtr bodyExample;
+  JsonPtr bodySchema = requestBodyOf(inputs, &bodyExample);
+  CText bodyText(bodyExample ? cJSON_PrintUnformatted(bodyExample.get()) : nullptr);
+  JsonPtr answer = live.answer(at.group, at.index, exampleQuery(inputs), bodyText ? bodyText.get() : "");
+  addRequestBody(operation, std::move(bodySchema), std::move(bodyExample));
   cJSON *responses = cJSON_AddObjectToObject(operation, "responses");
-  cJSON *answer = cJSON_AddObjectToObject(responses, "200");
-  cJSON_AddStringToObject(answer, "description", "The envelope: the data on success, then the result code.");
-  cJSON *json = cJSON_AddObjectToObject(cJSON_AddObjectToObject(answer, "content"), "application/json");
-  cJSON_AddItemToObject(json, "schema", envelopeOf(row));
-  cJSON_AddItemToObject(responses, "403", ref("#/components/responses/NoSession"));
+  cJSON *ok = cJSON_AddObjectToObject(responses, "200");
+  cJSON_AddStringToObject(ok, "description",
+                          "The envelope: the data on success, then the result code. The example is what the "
+                          "default simulated switch answers to the example request.");
+  cJSON *json = cJSON_AddObjectToObject(cJSON_AddObjectToObject(ok, "content"), "application/json");
+  cJSON_AddItemToObject(json, "schema", envelopeOf(row, codes));
+  if (answer) {
+    cJSON_AddItemToObject(json, "example", answer.release());
+  } else {
+    apidoc::problems().push_back(whereOf(at.group, row) + " answers its example request with no JSON");
+  }
+  cJSON_AddItemToObject(responses, "403", refTo("#/components/responses/NoSession"));
   return operation;
 }
 
 // ---- The document ----
 
-constexpr const char *kIntroduction =
-    "The monitoring API of the switch's web interface. Every route needs a web session: its identifier "
-    "travels in the `Session` header. Selectors such as `ifNum` come from the query string, also on POST and "
-    "PUT; new values come as a JSON body. A query key is matched as the first `key=value` entry that contains "
-    "it. Every answer is the envelope: the family's data member on success, then `resp` with `respCode`, "
-    "`respMsg` and `status`. Answers with data are written as they are, answers without data end with a "
-    "newline. Enumerations that the program does not know are not refused but taken as their default, and the "
-    "switch decides; likewise numbers outside a setting's range reach the switch, which refuses them with its "
-    "own result. A path or method that matches no route answers nothing (the web server reports 500).";
-
-// "resp" of a success, and of a failure with the codes and messages of the
-// result-code table.
-cJSON *respSchemas() {
-  cJSON *schemas = cJSON_Parse(R"({
-    "Success": {
-      "type": "object",
-      "properties": {"respCode": {"const": 0}, "respMsg": {"const": "Success"}, "status": {"const": "success"}},
-      "required": ["respCode", "respMsg", "status"],
-      "additionalProperties": false
-    },
-    "Failure": {
-      "type": "object",
-      "properties": {"respCode": {"type": "integer"}, "respMsg": {"type": "string"}, "status": {"const": "fail"}},
-      "required": ["respCode", "respMsg", "status"],
-      "additionalProperties": false
-    }
-  })");
-  cJSON *failure = cJSON_GetObjectItemCaseSensitive(schemas, "Failure");
-  cJSON *properties = cJSON_GetObjectItemCaseSensitive(failure, "properties");
-  cJSON *codes = cJSON_AddArrayToObject(cJSON_GetObjectItemCaseSensitive(properties, "respCode"), "enum");
-  cJSON *messages = cJSON_AddArrayToObject(cJSON_GetObjectItemCaseSensitive(properties, "respMsg"), "enum");
-  std::string table = "The result codes and their messages:";
-  std::set<std::string> seen;
-  for (const CodeMessage &entry : resultCodeTable()) {
-    if (entry.code == 0) continue;
-    cJSON_AddItemToArray(codes, cJSON_CreateNumber(entry.code));
-    if (seen.insert(entry.message).second) cJSON_AddItemToArray(messages, cJSON_CreateString(entry.message));
-    table += "\n- " + std::to_string(entry.code) + ": \"" + entry.message + "\"";
-  }
-  cJSON_AddStringToObject(failure, "description", table.c_str());
-  return schemas;
+std::string introduction() {
+  return "The monitoring API of the switch's web interface. Every route needs a web session: its identifier "
+         "travels in the `Session` header. Selectors such as `ifNum` come from the query string, also on POST "
+         "and PUT; new values come as a JSON body of at most " +
+         std::to_string(kMaxBodyBytes) +
+         " bytes. A query key is matched as the first `&`-separated entry that contains it, and its value is "
+         "taken as it stands: %-escapes and `+` are not decoded. Every answer is the envelope: the family's data "
+         "member on success, then `resp` with `respCode`, `respMsg` and `status`; each operation lists the "
+         "result codes it answers. Answers with data are written as they are, answers without data end with a "
+         "newline. Words the program does not know are not refused but taken as their default, and the switch "
+         "decides; likewise numbers outside a setting's range reach the switch, which refuses them with its own "
+         "result. A path or method that matches no route answers nothing (the web server reports 500).";
 }
 
-cJSON *components() {
-  cJSON *components = cJSON_Parse(R"({
-    "securitySchemes": {
-      "session": {
-        "type": "apiKey", "in": "header", "name": "Session",
-        "description": "The identifier of a web session, as the login writes it (scripts/login here). A missing, unknown or expired session (idle for more than 7200 seconds), or a read-only user on anything but GET, gets 403 with an empty body. Each accepted request moves the session's time stamp forward, unless it carries the Refresh header."
-      }
-    },
-    "parameters": {
-      "Refresh": {
-        "name": "Refresh", "in": "header", "required": false, "schema": {"type": "string"},
-        "description": "Any value: the request leaves the session's time stamp as it was, so that a page polling in the background does not keep an idle session alive."
-      }
-    },
-    "responses": {
-      "NoSession": {"description": "No session, an unknown or expired one, or a read-only user on anything but GET. The body is empty."}
-    },
-    "schemas": {}
-  })");
-  cJSON_ReplaceItemInObject(components, "schemas", respSchemas());
+cJSON *components(const std::set<int32_t> &codesUsed) {
+  cJSON *components = cJSON_CreateObject();
+  cJSON *session = cJSON_AddObjectToObject(cJSON_AddObjectToObject(components, "securitySchemes"), "session");
+  cJSON_AddStringToObject(session, "type", "apiKey");
+  cJSON_AddStringToObject(session, "in", "header");
+  cJSON_AddStringToObject(session, "name", "Session");
+  std::string idle = std::to_string(kIdleLimitSeconds);
+  cJSON_AddStringToObject(session, "description",
+                          ("The identifier of a web session, as the login writes it (scripts/login here). A "
+                           "missing, unknown or expired session (idle for more than " + idle +
+                           " seconds), or a read-only user on anything but GET, gets 403 with an empty body. Each "
+                           "accepted request moves the session's time stamp forward, unless it carries the "
+                           "Refresh header.").c_str());
+  cJSON *refresh = cJSON_AddObjectToObject(cJSON_AddObjectToObject(components, "parameters"), "Refresh");
+  cJSON_AddStringToObject(refresh, "name", "Refresh");
+  cJSON_AddStringToObject(refresh, "in", "header");
+  cJSON_AddBoolToObject(refresh, "required", false);
+  cJSON_AddStringToObject(cJSON_AddObjectToObject(refresh, "schema"), "type", "string");
+  cJSON_AddStringToObject(refresh, "description",
+                          "Any value: the request leaves the session's time stamp as it was, so that a page polling "
+                          "in the background does not keep an idle session alive.");
+  cJSON *noSession = cJSON_AddObjectToObject(cJSON_AddObjectToObject(components, "responses"), "NoSession");
+  cJSON_AddStringToObject(noSession, "description",
+                          "No session, an unknown or expired one, or a read-only user on anything but GET. The "
+                          "body is empty.");
+  cJSON *schemas = cJSON_AddObjectToObject(components, "schemas");
+  for (int32_t code : codesUsed) {
+    cJSON_AddItemToObject(schemas, ("Resp" + std::to_string(code)).c_str(), apidoc::respSchema(code));
+  }
   return components;
 }
-
-// What each directory holds, for the explorer's headings.
-struct TagText {
-  const char *tag, *description;
-};
-constexpr TagText kTagTexts[] = {
-    {"instru-bhd", "Black-hole detection of the switch chip: not supported on this switch"},
-    {"instru-bst", "Buffer statistics tracking of the switch chip: not supported on this switch"},
-    {"instru-flow-tracker", "Flow tracking of the switch chip: not supported on this switch"},
-    {"instru-ifa", "In-band flow analysis: not supported on this switch"},
-    {"instru-nos", "The switch's network OS: its burned-in MAC address; the rest is not supported"},
-    {"instru-packet-trace", "Packet tracing of the switch chip: not supported on this switch"},
-    {"sflow", "sFlow: the agent's addresses, receivers, flow samplers, counter pollers and remote agents"},
-    {"snmp", "SNMP: communities, groups, views, filters, users, engine identifiers, notification hosts, "
-             "trap managers and flags, the system strings"},
-    {"stats", "Interface statistics: counters by name, every counter of an interface, resets"},
-    {"lldp", "LLDP and LLDP-MED: timers, interface modes and TLVs, the neighbours and what the switch advertises"},
-    {"mirror", "Port mirroring: monitor sessions' sources, destinations, VLANs, filters and remote-span VLANs"},
-    {"session", "A monitor session as one document, read and replaced in one request"},
-};
 
 void addTags(cJSON *document) {
   cJSON *tags = cJSON_AddArrayToObject(document, "tags");
   std::set<std::string> seen;
-  for (const route::RouteGroup *group : routeGroups()) {
+  for (const route::RouteGroup *group : routeGroupsForReaders()) {
     if (!seen.insert(tagOf(group->dir)).second) continue;
     cJSON *tag = cJSON_CreateObject();
     cJSON_AddStringToObject(tag, "name", tagOf(group->dir));
-    for (const TagText &text : kTagTexts) {
-      if (strcmp(text.tag, tagOf(group->dir)) == 0) cJSON_AddStringToObject(tag, "description", text.description);
-    }
+    const char *about = familyOf(*group).about;
+    if (about == nullptr) missing(std::string(group->dir) + " has no description");
+    cJSON_AddStringToObject(tag, "description", about != nullptr ? about : "");
     cJSON_AddItemToArray(tags, tag);
   }
 }
 
-JsonPtr buildDocument() {
+JsonPtr buildDocument(apidoc::LiveSwitch &live) {
   JsonPtr document(cJSON_CreateObject());
   cJSON_AddStringToObject(document.get(), "openapi", "3.1.0");
   cJSON *info = cJSON_AddObjectToObject(document.get(), "info");
   cJSON_AddStringToObject(info, "title", "monitoring_v2");
   cJSON_AddStringToObject(info, "version", "2");
-  cJSON_AddStringToObject(info, "description", kIntroduction);
+  cJSON_AddStringToObject(info, "description", introduction().c_str());
   cJSON_AddItemToArray(cJSON_AddArrayToObject(document.get(), "security"), cJSON_Parse(R"({"session": []})"));
   cJSON_AddItemToArray(cJSON_AddArrayToObject(document.get(), "servers"),
                        cJSON_Parse(R"({"url": "/", "description": "The switch's web server, which runs the program"})"));
   addTags(document.get());
   cJSON *paths = cJSON_AddObjectToObject(document.get(), "paths");
-  for (const route::RouteGroup *group : routeGroups()) {
-    for (const route::Route &row : std::span(group->rows, group->count)) {
+  std::set<int32_t> codesUsed;
+  for (const route::RouteGroup *group : routeGroupsForReaders()) {
+    for (size_t i = 0; i < group->count; ++i) {
+      const route::Route &row = group->rows[i];
       std::string path = std::string(group->dir) + "/" + row.op;
       cJSON *item = cJSON_GetObjectItemCaseSensitive(paths, path.c_str());
       if (item == nullptr) item = cJSON_AddObjectToObject(paths, path.c_str());
@@ -454,14 +392,24 @@ JsonPtr buildDocument() {
         apidoc::problems().push_back(path + " " + methodName(row.method) + " is registered twice");
         continue;
       }
-      cJSON_AddItemToObject(item, methodName(row.method), operationOf(row, group->dir));
+      cJSON_AddItemToObject(item, methodName(row.method), operationOf({*group, i}, live, codesUsed));
     }
   }
-  cJSON_AddItemToObject(document.get(), "components", components());
+  cJSON_AddItemToObject(document.get(), "components", components(codesUsed));
   return document;
 }
 
-}  // namespace
+// Two spaces a level: tools that read YAML first take tabs for an error.
+void printIndentedWithSpaces(const char *text) {
+  for (const char *c = text; *c != '\0'; ++c) {
+    if (*c == '\t') {
+      fputs("  ", stdout);
+    } else {
+      fputc(*c, stdout);
+    }
+  }
+  fputc('\n', stdout);
+}
 
 // What the declarations still leave to the generator's guesses: a route
 // without its summary, an input without its description or example, a
@@ -470,13 +418,13 @@ int listMissing() {
   int missing = 0;
   std::set<const void *> families;
   for (const route::RouteGroup *group : routeGroups()) {
-    const route::Family *family = group->rows[0].answering->family;
-    if (families.insert(family).second && family->about == nullptr) {
+    const route::Family &family = familyOf(*group);
+    if (families.insert(&family).second && family.about == nullptr) {
       printf("%s: family description\n", group->dir);
       ++missing;
     }
     for (const route::Route &row : std::span(group->rows, group->count)) {
-      std::string where = std::string(group->dir) + "/" + row.op + " " + methodName(row.method);
+      std::string where = whereOf(*group, row);
       if (row.summary == nullptr) {
         printf("%s: summary\n", where.c_str());
         ++missing;
@@ -498,15 +446,26 @@ int listMissing() {
   return missing == 0 ? 0 : 1;
 }
 
+}  // namespace
+
 int main(int argc, char **argv) {
   if (argc > 1 && strcmp(argv[1], "--missing") == 0) return listMissing();
-  JsonPtr document = buildDocument();
+  JsonPtr document;
+  {
+    apidoc::LiveSwitch live;
+    std::string error;
+    if (!live.start(error)) {
+      fprintf(stderr, "openapi: %s\n", error.c_str());
+      return 1;
+    }
+    document = buildDocument(live);
+  }
   if (!apidoc::problems().empty()) {
     for (const std::string &problem : apidoc::problems()) fprintf(stderr, "openapi: %s\n", problem.c_str());
     return 1;
   }
   CText text(cJSON_Print(document.get()));
   if (!text) return 1;
-  printf("%s\n", text.get());
+  printIndentedWithSpaces(text.get());
   return 0;
 }

@@ -78,7 +78,6 @@ constexpr CodeMessage kCodeMessages[] = {
     {-7, "Failed to allocate memory"},
 };
 
-constexpr int kLowestOpenRc = -29;
 
 // OpEN results -29 .. 0, indexed by result + 29.
 constexpr int32_t kOpenRcCodes[] = {

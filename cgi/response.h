@@ -22,6 +22,9 @@ struct CodeMessage {
 std::span<const CodeMessage> resultCodeTable();
 const char *resultCodeMessage(int32_t code);
 int32_t openRcToResultCode(int openRc);
+// The lowest OpEN result the mapping tells apart; every result below it, and
+// above 0, maps as a general failure.
+constexpr int kLowestOpenRc = -29;
 
 int responseJsonRreallocStr(int32_t code, const char *dataKey, const char *dataText, char **answer);
 // The same answer from the data's tree (the caller keeps it) instead of its

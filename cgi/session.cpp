@@ -29,7 +29,6 @@ int sessionSystemUptime(long *uptime) {
 
 namespace {
 
-constexpr long kIdleLimitSeconds = 7200;
 constexpr size_t kSessionPathSize = 512;
 constexpr size_t kLineSize = 200;
 constexpr size_t kPrivilegeSize = 16;

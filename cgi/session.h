@@ -1,6 +1,9 @@
 #pragma once
 #include "cgi/httpd.h"
 
+// A session idle for longer than this (seconds of system uptime) has expired.
+constexpr long kIdleLimitSeconds = 7200;
+
 // 0 when the caller's session may run `route`, -1 otherwise.
 int checkSessionX(const char *sessionId, const char *refresh, const httpdRouteEntry *route);
 

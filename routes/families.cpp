@@ -11,9 +11,18 @@ constexpr const route::RouteGroup *kRegistrationOrder[] = {
     &kMirror,     &kSession,
 };
 
+constexpr const route::RouteGroup *kReadingOrder[] = {
+    &kLldpSettings, &kLldpRemoteDevice, &kLldpLocalDevice, &kSnmpAccess, &kSnmpUsers, &kSnmpNotifications,
+    &kStats,        &kSflowFirst,       &kSflowRest,       &kMirror,     &kSession,   &kInstruNos,
+    &kInstruBhd,    &kInstruBst,        &kInstruFlowTracker, &kInstruIfa, &kInstruPacketTrace,
+};
+static_assert(std::size(kReadingOrder) == std::size(kRegistrationOrder));
+
 }  // namespace
 
 std::span<const route::RouteGroup *const> routeGroups() { return kRegistrationOrder; }
+
+std::span<const route::RouteGroup *const> routeGroupsForReaders() { return kReadingOrder; }
 
 void registerAllRoutes(httpdTable *table) {
   for (const route::RouteGroup *group : kRegistrationOrder) route::addRoutes(table, *group);

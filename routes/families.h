@@ -21,5 +21,10 @@ extern const route::RouteGroup kMirror, kSession;
 // the program answers.
 std::span<const route::RouteGroup *const> routeGroups();
 
-// Registers every group in that order.
+// The same groups in the order a reader of the API looks for them: the
+// families this switch has first, the chip's instrumentation, which it
+// mostly lacks, last.
+std::span<const route::RouteGroup *const> routeGroupsForReaders();
+
+// Registers every group in the registration order.
 void registerAllRoutes(httpdTable *table);
