@@ -194,7 +194,7 @@ async function loadNeighbours() {
       api.get('lldp/intf-remote-device-chassis-id', key), api.get('lldp/intf-remote-device-port-id', key),
       api.get('lldp/intf-remote-device-system-name', key), api.get('lldp/intf-remote-device-sys-cap-supp', key),
       api.get('lldp/intf-remote-device-sys-cap-enabled', key)]);
-    return [portName(key.ifNum), chassis.chassisId, port.portId, name.systemName,
+    return [text(portName(key.ifNum), 'cut'), chassis.chassisId, port.portId, name.systemName,
       joined(supported.sysCapSupp, ' (', enabled.sysCapEnabled || 'none', ')')];
   }));
   fillTable('neighbours', rows, 'No neighbours.');
@@ -272,14 +272,20 @@ function emptyTable(id, message) {
 
 // Texts from the switch and its neighbours are isolated, so that a
 // right-to-left override in a name cannot reorder the page around it. A
-// text that is not UTF-8 shows its bytes on hover; a cut one its whole text.
-/** @param {unknown} value @param {string} [className] */
-function text(value, className) {
+// text that is not UTF-8 shows its bytes on hover; a long or cut one its
+// whole text.
+const LONG_TEXT = 40;
+
+/** @param {unknown} value @param {'cut'} [cut] */
+function text(value, cut) {
   const element = document.createElement('bdi');
-  element.textContent = String(value);
-  if (className) element.className = className;
+  const shown = String(value);
+  element.textContent = shown;
+  if (cut || shown.length > LONG_TEXT) {
+    element.className = cut ?? 'long';
+    element.title = shown;
+  }
   if (value instanceof Bytes) element.title = `bytes ${value.hex} (not UTF-8)`;
-  else if (className === 'cut') element.title = String(value);
   return element;
 }
 
