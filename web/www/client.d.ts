@@ -55,6 +55,9 @@ type QueryArgs<O, Rest extends unknown[]> = O extends { parameters: { query: inf
   ? [query: Q, ...Rest]
   : [query?: QueryOf<O>, ...Rest];
 
+// A walk's key: query keys for GET, the body for POST.
+type WalkKey<M, O> = M extends 'GET' ? Partial<QueryOf<O>> : BodyOf<O>;
+
 export interface WalkOptions<Q> {
   /** Keys that every request of the walk carries besides the row's key. */
   query?: Q;
@@ -132,10 +135,8 @@ export class Client {
     query: QueryOf<Operation<R, Lowercase<M>>> | undefined, body: BodyOf<Operation<R, Lowercase<M>>> | undefined,
     opts?: RequestOptions): Promise<EnvelopeOf<Operation<R, Lowercase<M>>>>;
 
-  walk<R extends Route<'post'>>(method: 'POST', route: R, first: BodyOf<Operation<R, 'post'>>,
-    nextKey: (data: DataOf<Operation<R, 'post'>>) => BodyOf<Operation<R, 'post'>>,
-    options?: WalkOptions<QueryOf<Operation<R, 'post'>>>): Promise<WalkResult<DataOf<Operation<R, 'post'>>>>;
-  walk<R extends Route<'get'>>(method: 'GET', route: R, first: Partial<QueryOf<Operation<R, 'get'>>>,
-    nextKey: (data: DataOf<Operation<R, 'get'>>) => Partial<QueryOf<Operation<R, 'get'>>>,
-    options?: WalkOptions<Partial<QueryOf<Operation<R, 'get'>>>>): Promise<WalkResult<DataOf<Operation<R, 'get'>>>>;
+  walk<M extends 'GET' | 'POST', R extends Route<Lowercase<M>>>(method: M, route: R,
+    first: WalkKey<M, Operation<R, Lowercase<M>>>,
+    nextKey: (data: DataOf<Operation<R, Lowercase<M>>>) => WalkKey<M, Operation<R, Lowercase<M>>>,
+    options?: WalkOptions<Partial<QueryOf<Operation<R, Lowercase<M>>>>>): Promise<WalkResult<DataOf<Operation<R, Lowercase<M>>>>>;
 }

@@ -88,7 +88,7 @@ export class QueryError extends Error {
 // browser would show (each bad byte a U+FFFD); `bytes` are the switch's own.
 export class Bytes extends String {
   constructor(bytes) {
-    super(new TextDecoder().decode(bytes));
+    super(new TextDecoder().decode(Uint8Array.from(bytes)));
     this.bytes = Uint8Array.from(bytes);
   }
 
