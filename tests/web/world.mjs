@@ -84,3 +84,13 @@ export async function launchBrowser(options = {}) {
     },
   };
 }
+
+// axe-core's findings on what the page shows now that are critical or
+// serious, one line each: rule, impact, how many elements, the first of
+// them and why.
+export async function accessibilityProblems(page) {
+  const { AxeBuilder } = require('@axe-core/playwright');
+  const { violations } = await new AxeBuilder({ page }).analyze();
+  return violations.filter((v) => v.impact === 'critical' || v.impact === 'serious').map((v) =>
+    `${v.id} (${v.impact}, ${v.nodes.length}): ${v.nodes[0].target.join(' ')}: ${v.nodes[0].failureSummary.replaceAll('\n', ' ')}`);
+}
