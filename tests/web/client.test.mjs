@@ -27,6 +27,8 @@ test('query values go out as the program reads them, or not at all', async (t) =
     ['a#b', /"#", which ends the query/], ['50%', /"%"/], ['a/b', /"\/", which moves where the switch cuts/],
     ['é1', /"é" \(U\+00E9\), which browsers send percent-encoded/], ['a\tb', /a control character \(U\+0009\)/],
     ["it's", /"'"/], [new Bytes([0xc0, 0x78]), /\(bytes c0 78\) cannot be sent: its bytes are not UTF-8 text/],
+    // A direction override is written out: it cannot reverse the message.
+    ['\u202ea b', /^snmp\/community: communityName "\\u202ea b" cannot be sent: it holds "\\u202e" \(U\+202E\)/],
   ];
   for (const [value, expected] of cases) {
     await t.test(String(value), async () => {

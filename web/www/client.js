@@ -227,16 +227,19 @@ function characterName(c) {
   const hex = `U+${code.toString(16).toUpperCase().padStart(4, '0')}`;
   if (c === ' ') return 'a space';
   if (code < 0x20 || code === 0x7f) return `a control character (${hex})`;
-  if (code > 0x7f) return `"${c}" (${hex}), which browsers send percent-encoded`;
+  if (code > 0x7f) return `${shown(c)} (${hex}), which browsers send percent-encoded`;
   const meaning = { '&': 'which separates query entries', '=': 'which separates a key from its value',
     '#': 'which ends the query', '%': 'which web servers may decode with what follows',
     '/': 'which moves where the switch cuts the path' };
   return `"${c}"${meaning[c] ? `, ${meaning[c]}` : ', which browsers send percent-encoded'}`;
 }
 
+// A value in a message, quoted; direction controls written out, so that a
+// name cannot turn the rest of the message around.
 function shown(value) {
   if (value instanceof Bytes) return `(bytes ${value.hex})`;
-  return JSON.stringify(String(value));
+  return JSON.stringify(String(value))
+    .replace(/[\u200e\u200f\u202a-\u202e\u2066-\u2069]/g, (c) => `\\u${c.charCodeAt(0).toString(16)}`);
 }
 
 function describeKey(key) {
