@@ -5,7 +5,7 @@ import { test, before, after } from 'node:test';
 import assert from 'node:assert/strict';
 import { stat, rm } from 'node:fs/promises';
 import { join } from 'node:path';
-import { startWorld, launchBrowser, artifacts } from './world.mjs';
+import { startWorld, launchBrowser, artifacts, accessibilityProblems } from './world.mjs';
 
 let world;
 let browser;
@@ -56,6 +56,7 @@ test('lists the neighbours, receivers, communities and monitor sessions of the d
   assert.deepEqual(await rows('communities'), [
     ['private', 'rw', 'Default', 'any'], ['public', 'ro', 'Default', 'any']]);
   assert.deepEqual((await rows('monitor-sessions'))[0], ['1', 'disable', '1/0/1 both, 1/0/2 rx', '1/0/24', '-']);
+  assert.deepEqual(await accessibilityProblems(page), []);
 });
 
 // Polling sends Refresh, so the session file is not rewritten by it.
@@ -111,34 +112,100 @@ test('the browser console shows no error', () => {
   assert.deepEqual([...pageErrors, ...consoleErrors], []);
 });
 
-test('the explorer loads the document with the session authorised, and Try it out answers', async () => {
+// What the development server adds to every answer, and the size it takes.
+test('the page, the explorer and the answers carry the security headers; a body above 64 KiB is refused', async () => {
+  const api = `${world.base}/api/v2/monitoring`;
+  const session = { Session: world.session };
+  const answers = {
+    page: await fetch(`${world.base}/`),
+    module: await fetch(`${world.base}/client.js`),
+    explorer: await fetch(`${world.base}/docs/`),
+    document: await fetch(`${world.base}/openapi.json`),
+    answer: await fetch(`${api}/snmp/sys-name`, { headers: session }),
+    refusal: await fetch(`${api}/snmp/sys-name`),
+  };
+  for (const [what, answer] of Object.entries(answers)) {
+    const header = (name) => answer.headers.get(name) ?? '';
+    assert.match(header('content-security-policy'), /^default-src 'self';/, what);
+    assert.match(header('content-security-policy'), /frame-ancestors 'none'/, what);
+    assert.doesNotMatch(header('content-security-policy'), /https?:|\*/, `${what}: nothing from elsewhere`);
+    assert.deepEqual([header('x-content-type-options'), header('referrer-policy'), header('x-frame-options')],
+      ['nosniff', 'no-referrer', 'DENY'], what);
+  }
+  assert.equal(answers.refusal.status, 403);
+
+  // A read that takes a body, padded with white space to the size.
+  const post = (size) => fetch(`${api}/snmp/community-get-next`, { method: 'POST',
+    headers: { ...session, 'Content-Type': 'application/json' }, body: '{"communityName": ""}'.padEnd(size) });
+  assert.equal((await post(64 * 1024)).status, 200);
+  assert.equal((await post(64 * 1024 + 1)).status, 413);
+});
+
+test('the explorer lists the families as people look for them, its filter finds an operation, and Try it out answers', async () => {
+  const doc = await (await fetch(`${world.base}/openapi.json`)).json();
   const explorer = await browser.context.newPage();
   const errors = [];
   explorer.on('pageerror', (error) => errors.push(error.message));
   explorer.on('console', (message) => { if (message.type() === 'error') errors.push(message.text()); });
   await explorer.goto(`${world.base}/docs/#session=${world.session}`);
-  // Swagger UI draws only the operations in view: scroll down to the one.
+  await explorer.locator('.opblock-tag').first().waitFor();
+  const families = await explorer.locator('.opblock-tag').evaluateAll((tags) => tags.map((t) => t.dataset.tag));
+  assert.deepEqual([...families].sort(), doc.tags.map((t) => t.name).sort());
+  assert.equal(families[0], 'stats');
+  const firstPlaceholder = families.findIndex((f) => f.startsWith('instru-'));
+  assert.ok(families.slice(firstPlaceholder).every((f) => f.startsWith('instru-')), families.join(' '));
+
+  // The filter matches paths and summaries, not only family names.
+  await explorer.fill('.operation-filter-input', 'snmp/sys-');
+  await explorer.waitForFunction(() => document.querySelectorAll('.opblock-tag').length === 1);
+  await explorer.locator('.opblock-tag').click();
+  const paths = await explorer.locator('.opblock-summary-path').evaluateAll((ops) => ops.map((o) => o.dataset.path));
+  assert.ok(paths.length >= 4 && paths.every((p) => p.startsWith('/api/v2/monitoring/snmp/sys-')), paths.join(' '));
   const operation = explorer.locator('.opblock-get:has(.opblock-summary-path[data-path="/api/v2/monitoring/snmp/sys-name"])');
-  await explorer.locator('.opblock').first().waitFor();
-  for (let i = 0; i < 200 && await operation.count() === 0; i += 1) await explorer.mouse.wheel(0, 400);
   await operation.locator('.opblock-summary').click();
   await operation.locator('button.execute').click();
   const body = operation.locator('.responses-wrapper .live-responses-table .microlight').first();
   await body.waitFor();
   assert.match(await body.innerText(), /"sysName": "SIM-2428X-5A3BC0"/);
-  assert.equal(new URL(explorer.url()).hash, '');
+  // The session left the address bar, which now links to the operation.
+  const { operationId, tags: [family] } = doc.paths['/api/v2/monitoring/snmp/sys-name'].get;
+  assert.equal(new URL(explorer.url()).hash, `#/${family}/${operationId}`);
+  // With a body to write as well, ready to try out.
+  await explorer.locator('.opblock-put:has(.opblock-summary-path[data-path="/api/v2/monitoring/snmp/sys-location"]) .opblock-summary').click();
+  await explorer.locator('.opblock-put .body-param textarea').waitFor();
+  assert.deepEqual(await accessibilityProblems(explorer), []);
   assert.deepEqual(errors, []);
   await explorer.close();
 });
 
-test('a session removed on disk, or none at all, turns the page into the expired-session message', async () => {
+test('a link to an operation opens the explorer on it', async () => {
+  const { paths } = await (await fetch(`${world.base}/openapi.json`)).json();
+  const { operationId, tags: [family] } = paths['/api/v2/monitoring/snmp/sys-location'].put;
+  const explorer = await browser.context.newPage();
+  const errors = [];
+  explorer.on('console', (message) => { if (message.type() === 'error') errors.push(message.text()); });
+  await explorer.goto(`${world.base}/docs/#/${family}/${operationId}`);
+  const linked = explorer.locator(`#operations-${family}-${operationId}`);
+  await linked.locator('.opblock-body textarea').waitFor();
+  assert.equal(await linked.locator('.opblock-summary-path').getAttribute('data-path'), '/api/v2/monitoring/snmp/sys-location');
+  assert.deepEqual(errors, [], 'nothing the content security policy refused');
+  await explorer.close();
+});
+
+test('a session removed on disk, none at all, or a link cut short turns the page into the expired-session message', async () => {
   await rm(join(world.sandbox, 'tmp/session', world.session));
   const bare = await browser.context.newPage();
   await bare.goto(world.base);
-  for (const tab of [page, bare]) {
+  const broken = await browser.context.newPage();
+  const brokenErrors = [];
+  broken.on('pageerror', (error) => brokenErrors.push(error.message));
+  await broken.goto(`${world.base}/#session=%E0%A4%A`);
+  for (const tab of [page, bare, broken]) {
     await tab.waitForFunction(() => !document.querySelector('#session-problem').hidden, null, { timeout: 10000 });
     assert.match(await tab.locator('#session-problem').innerText(),
       /session has expired or is missing[\s\S]*scripts\/login --root build\/run admin/);
   }
-  assert.deepEqual(pageErrors, []);
+  assert.equal(new URL(broken.url()).hash, '');
+  assert.deepEqual(await accessibilityProblems(page), []);
+  assert.deepEqual([...pageErrors, ...brokenErrors], []);
 });

@@ -24,26 +24,29 @@ export function freePort() {
 
 // Starts scripts/serve and waits for its addresses. Returns the base URL,
 // the page's address with its session, the session, the sandbox, opensimctl
-// bound to this world's switch, and stop().
+// bound to this world's switch, login(user, priv) for another session, and
+// stop().
 export async function startWorld() {
   const sandbox = await mkdtemp(join(tmpdir(), 'mon-web-'));
   const port = await freePort();
   const serve = spawn(join(root, 'scripts/serve'), [sandbox, String(port)], { stdio: ['ignore', 'pipe', 'pipe'] });
   let out = '';
   let err = '';
-  serve.stderr.on('data', (chunk) => { err += chunk; });
   const exited = new Promise((done) => serve.once('exit', done));
+  // Ready once the four addresses are on stdout and the notes, which name
+  // the simulator's socket, on stderr.
   await new Promise((ready, fail) => {
     const timer = setTimeout(() => fail(new Error(`scripts/serve gave no addresses in 20 s: ${err}`)), 20000);
-    serve.stdout.on('data', (chunk) => {
-      out += chunk;
-      if (/Ctrl-C stops/.test(out)) { clearTimeout(timer); ready(); }
-    });
+    const check = () => {
+      if (out.split('\n').length > 4 && /Ctrl-C stops/.test(err)) { clearTimeout(timer); ready(); }
+    };
+    serve.stdout.on('data', (chunk) => { out += chunk; check(); });
+    serve.stderr.on('data', (chunk) => { err += chunk; check(); });
     serve.once('exit', (code) => { clearTimeout(timer); fail(new Error(`scripts/serve exited ${code}: ${err}`)); });
   });
   const pageUrl = out.split('\n')[0];
   const session = /#session=(\w+)/.exec(pageUrl)[1];
-  const socket = /OPEN_RPC_SOCKET=(\S+)/.exec(out)[1];
+  const socket = /OPEN_RPC_SOCKET=(\S+)/.exec(err)[1];
   const run = promisify(execFile);
   return {
     base: `http://127.0.0.1:${port}`,
@@ -51,6 +54,7 @@ export async function startWorld() {
     session,
     sandbox,
     ctl: (...args) => run(join(root, 'build/bin/opensimctl'), args, { env: { ...process.env, OPEN_RPC_SOCKET: socket } }),
+    login: async (...args) => (await run(join(root, 'scripts/login'), ['--root', sandbox, ...args])).stdout.trim(),
     async stop() {
       serve.kill('SIGTERM');
       await exited;
@@ -79,4 +83,14 @@ export async function launchBrowser(options = {}) {
       await rm(profile, { recursive: true, force: true });
     },
   };
+}
+
+// axe-core's findings on what the page shows now that are critical or
+// serious, one line each: rule, impact, how many elements, the first of
+// them and why.
+export async function accessibilityProblems(page) {
+  const { AxeBuilder } = require('@axe-core/playwright');
+  const { violations } = await new AxeBuilder({ page }).analyze();
+  return violations.filter((v) => v.impact === 'critical' || v.impact === 'serious').map((v) =>
+    `${v.id} (${v.impact}, ${v.nodes.length}): ${v.nodes[0].target.join(' ')}: ${v.nodes[0].failureSummary.replaceAll('\n', ' ')}`);
 }

@@ -6,15 +6,25 @@
 
 const KEY = 'monitoring.session';
 
+// A link cut short or mangled in a mail (#session=%E0%A4%A) carries no
+// session: the page then says so rather than dying on the bad escape.
 export function takeSession() {
   const match = /(?:^#|&)session=([^&]*)/.exec(location.hash);
   if (match) {
-    keepSession(decodeURIComponent(match[1]));
+    let id = null;
+    try {
+      id = decodeURIComponent(match[1]);
+    } catch {
+      // not a percent-encoded text: no session
+    }
+    if (id) keepSession(id);
+    else sessionStorage.removeItem(KEY);
     history.replaceState(null, '', location.pathname + location.search);
   }
   return sessionStorage.getItem(KEY);
 }
 
+/** @param {string} id */
 export function keepSession(id) {
   sessionStorage.setItem(KEY, id);
 }
