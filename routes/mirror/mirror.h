@@ -32,7 +32,11 @@ constexpr const char *kSessionDir = "/api/v2/monitoring/session";
 // "<key>=" up to the next "&", at most 255 bytes.
 constexpr route::QueryReader kMirrorQuery{route::QuerySource::QueryString, KeyMatch::FollowedByEquals,
                                           route::Digits::Unsigned};
-constexpr route::Family kMirror{kMirrorDir, "mirror", &kMirrorQuery};
+constexpr route::Family kMirror{
+    kMirrorDir, "mirror", &kMirrorQuery,
+    "Port mirroring, one setting per route: the monitor sessions' source ports or VLANs, destination port, mode, "
+    "ACL filters and reserve state, and the remote-span (RSPAN) VLANs. Interfaces go by their internal number "
+    "(intIfNum) and are shown with their names (1/0/5, lag2, cpu)."};
 
 // Any word but "rx" and "tx" (in any case) mirrors both directions.
 constexpr uint32_t kBoth = OPEN_MIRROR_BIDIRECTIONAL;

@@ -37,12 +37,60 @@ constexpr long kMaxRspanVlan = 4093;
 
 // Selectors of the query; values of the body, the query standing in for
 // what the body lacks or gives as 0.
-constexpr Bind kSession = query("sessionNum");
-constexpr Bind kSessionInBody = bodyOrQuery("sessionNum");
+constexpr const char *kSessionText = "The monitor session, by its number; this switch has sessions 1 to 4";
+constexpr Bind kSession = query("sessionNum").described(kSessionText).example("1");
+constexpr Bind kSessionInBody = bodyOrQuery("sessionNum").described(kSessionText).example("1");
 constexpr Bind kIntfInBody = bodyOrQuery("intIfNum").needed();
+constexpr Bind kIntf = query("intIfNum");
 // The yes/no routes read their one key from the query only, and never 0.
 constexpr Bind kIntfAsked = query("intIfNum").needed();
 constexpr Bind kVlanAsked = query("vlanId").needed();
+
+// Each route's own words for the interface or VLAN it names, with an
+// example that works on the default switch: session 1 copies 1/0/1 (both
+// directions) and 1/0/2 (received frames) to 1/0/24.
+constexpr Bind kSourcePortAsked =
+    kIntf.described("The source port whose direction is asked, by its internal interface number (intIfNum)")
+        .example("2");
+constexpr Bind kSourcePortAdded =
+    kIntfInBody.described("The port, LAG or CPU interface to mirror, by its internal interface number (intIfNum)")
+        .example("3");
+constexpr Bind kSourcePortRemoved =
+    kIntf.described("The source port to stop mirroring, by its internal interface number (intIfNum)").example("2");
+constexpr Bind kDestPortSet =
+    kIntfInBody
+        .described("The physical port that receives the session's copies, by its internal interface number (intIfNum)")
+        .example("24");
+constexpr Bind kReflectorPortSet =
+    kIntfInBody
+        .described("The physical port that puts the session's copies onto its remote-span VLAN, by its internal "
+                   "interface number (intIfNum); it must be neither a source nor a destination")
+        .example("23");
+constexpr Bind kDestAsked =
+    kIntfAsked.described("The interface to look for among the destinations, by its internal number (intIfNum)")
+        .example("24");
+constexpr Bind kSourceAsked =
+    kIntfAsked.described("The interface to look for among the sources, by its internal number (intIfNum)")
+        .example("1");
+constexpr Bind kSourceSessionAsked =
+    kIntf.described("The source interface whose session is asked, by its internal interface number (intIfNum)")
+        .example("1");
+constexpr Bind kMaySourceAsked =
+    kIntfAsked.described("The interface to judge as a source, by its internal interface number (intIfNum)")
+        .example("5");
+constexpr Bind kMayDestAsked =
+    kIntfAsked.described("The interface to judge as a destination, by its internal interface number (intIfNum)")
+        .example("23");
+constexpr const char *kWalkedText =
+    "The interface the walk is at, as the previous answer gave it, by its internal interface number (intIfNum)";
+constexpr Bind kValidSourceAfter = kIntf.described(kWalkedText).example("1");
+constexpr Bind kValidDestAfter = kIntf.described(kWalkedText).example("3");
+constexpr Bind kRspanVlanAsked =
+    kVlanAsked.described("The VLAN to look for among the remote-span VLANs, by its ID").example("20");
+constexpr Bind kSourceVlanAsked =
+    kVlanAsked.described("The VLAN to look for among the sessions' source VLANs, by its ID").example("10");
+constexpr Bind kRemoteVlanSet =
+    bodyOrQuery("vlanId").needed().described("The VLAN, by its ID; it must be one of the switch's remote-span VLANs");
 
 // The interface as {"intIfNum", "interface"}, or {"interface": null} for 0.
 constexpr Bind kKnownPortNumber = kPortNumber.ifKnown();
@@ -121,9 +169,14 @@ constexpr Bind kIpAclParts[] = {kIpAclId, kIpAclName};
 
 // The IP ACL to attach: "acl-id" of the body (else of the query), else the
 // list that the body's "acl-name" names.
-constexpr Bind kAclIdInBody = body("acl-id");
-constexpr Bind kAclIdInQuery = query("acl-id");
-constexpr Bind kAclNameInBody = bodyText("acl-name", kInputText);
+constexpr Bind kAclIdInBody =
+    body("acl-id").described("The IP access list, by its number (1-99 standard, 100-199 extended)").example("150");
+constexpr Bind kAclIdInQuery =
+    query("acl-id").described("The IP access list by its number, when the body gives none").example("150");
+constexpr Bind kAclNameInBody =
+    bodyText("acl-name", kInputText)
+        .described("The IP access list by its name, when no number is given")
+        .example("\"voice-rtp\"");
 int32_t readIpAclToAttach(const Bind &, Inputs &in, Slot &slot) {
   BodyObject body = in.bodyObject();
   uint32_t aclId = body.number(kAclIdInBody);
@@ -175,7 +228,13 @@ class RspanVlanSetter {
 
 // "10,20-22" sets VLANs 10, 20, 21 and 22; other tokens are passed over.
 // The answer does not depend on the single calls.
-constexpr Bind kVlanList = bodyText("vlan-list", kInputText).needed();
+constexpr Bind kVlanList =
+    bodyText("vlan-list", kInputText)
+        .needed()
+        .described("VLAN IDs and ranges a-b, separated by commas, such as \"10,20-22\"; a range stops at 4093, "
+                   "tokens that are no number are passed over, and the answer is success even for VLANs the switch "
+                   "refuses")
+        .example("\"20\"");
 int32_t rspanVlansSet(Inputs &in, Output &) {
   const char *list = in.bodyObject().text(kVlanList);
   if (list == nullptr) return RC_INVALID_ARGUMENT;
@@ -205,103 +264,174 @@ constexpr Route kMirrorRoutes[] = {
     {"sw-port-monitor-source-ports-list", HTTPD_GET, &kRead,
      {open<rpcclt_openapiSwPortMonitorSourcePortsListGet>,
       {kSession, outCustom("source-ports", ArgKind::Buffer, showSourcePorts, &kIntfListText)
-                     .made(kSourcePortsParts)}}},
+                     .made(kSourcePortsParts)}},
+     "Lists a monitor session's source ports with the direction each one mirrors"},
     {"source-port-direction", HTTPD_GET, &kRead,
      {open<rpcclt_openapiMirrorSourcePortDirectionGet>,
-      {kSession, query("intIfNum"), outChoice("direction", kDirection)}}},
+      {kSession, kSourcePortAsked, outChoice("direction", kDirection)}},
+     "Reads which of a source port's traffic a monitor session copies: received, sent or both"},
     {"sw-port-monitor-source-port", HTTPD_POST, &kWrite,
      {open<rpcclt_openapiSwPortMonitorSourcePortAdd>,
-      {kSessionInBody, kIntfInBody, bodyChoice("direction", kDirection)}}},
+      {kSessionInBody, kSourcePortAdded,
+       bodyChoice("direction", kDirection)
+           .described("Which of the port's traffic the session copies: \"rx\" received, \"tx\" sent, \"both\"")
+           .example("\"tx\"")}},
+     "Adds a source port to a monitor session, copying its received frames, sent frames or both"},
     {"sw-port-monitor-source-port", HTTPD_DELETE, &kWrite,
-     {open<rpcclt_openapiSwPortMonitorSourcePortRemove>, {kSession, query("intIfNum")}}},
+     {open<rpcclt_openapiSwPortMonitorSourcePortRemove>, {kSession, kSourcePortRemoved}},
+     "Removes a source port from a monitor session"},
     {"sw-port-monitor-dest-port", HTTPD_GET, &kRead,
-     {open<rpcclt_openapiSwPortMonitorDestPortGet>, {kSession, kInterface}}},
+     {open<rpcclt_openapiSwPortMonitorDestPortGet>, {kSession, kInterface}},
+     "Reads the destination port that receives a monitor session's copies"},
     {"sw-port-monitor-dest-port", HTTPD_PUT, &kWrite,
-     {open<rpcclt_openapiSwPortMonitorDestPortSet>, {kSessionInBody, kIntfInBody}}},
-    {"sw-port-monitor-dest-port", HTTPD_DELETE, &kWrite, {open<rpcclt_openapiSwPortMonitorDestPortRemove>, {kSession}}},
+     {open<rpcclt_openapiSwPortMonitorDestPortSet>, {kSessionInBody, kDestPortSet}},
+     "Sets the destination port that receives a monitor session's copies"},
+    {"sw-port-monitor-dest-port", HTTPD_DELETE, &kWrite, {open<rpcclt_openapiSwPortMonitorDestPortRemove>, {kSession}},
+     "Removes a monitor session's destination port"},
     {"sw-port-monitor-mode", HTTPD_GET, &kRead,
-     {open<rpcclt_openapiSwPortMonitorModeGet>, {kSession, outChoice("mode", kMode)}}},
+     {open<rpcclt_openapiSwPortMonitorModeGet>, {kSession, outChoice("mode", kMode)}},
+     "Tells whether a monitor session is enabled"},
     {"sw-port-monitor-mode", HTTPD_PUT, &kWrite,
-     {open<rpcclt_openapiSwPortMonitorModeSet>, {kSessionInBody, bodyChoice("mode", kMode).needed()}}},
+     {open<rpcclt_openapiSwPortMonitorModeSet>,
+      {kSessionInBody, bodyChoice("mode", kMode)
+                           .needed()
+                           .described("\"enable\" starts copying; \"disable\" stops it and keeps the configuration")
+                           .example("\"enable\"")}},
+     "Enables or disables a monitor session"},
     {"sw-port-monitor-session-count", HTTPD_POST, &kRead,
-     {open<rpcclt_openapiSwPortMonitorSessionCount>, {out("session-count")}}},
-    {"sw-port-monitor-config", HTTPD_DELETE, &kWrite, {open<rpcclt_openapiSwPortMonitorConfigRemove>, {}}},
-    {"sw-port-monitor-session", HTTPD_DELETE, &kWrite, {open<rpcclt_openapiSwPortMonitorSessionRemove>, {kSession}}},
+     {open<rpcclt_openapiSwPortMonitorSessionCount>, {out("session-count")}},
+     "Reads how many monitor sessions the switch has"},
+    {"sw-port-monitor-config", HTTPD_DELETE, &kWrite, {open<rpcclt_openapiSwPortMonitorConfigRemove>, {}},
+     "Deletes the configuration of every monitor session"},
+    {"sw-port-monitor-session", HTTPD_DELETE, &kWrite,
+     {open<rpcclt_openapiSwPortMonitorSessionRemove>, {kSession.example("2")}},
+     "Deletes a monitor session's configuration: its sources, destination, VLANs and filters"},
     {"sw-port-monitor-is-dest-configured", HTTPD_POST, &kRead,
      {open<rpcclt_openapiSwPortMonitorIsDestConfigured>,
-      {kIntfAsked, kConfigured,
-       outCustom("sessionNum", ArgKind::IntPointer, showSessionWhenConfigured).made(kSessionWhenConfigured)}}},
+      {kDestAsked, kConfigured,
+       outCustom("sessionNum", ArgKind::IntPointer, showSessionWhenConfigured).made(kSessionWhenConfigured)}},
+     "Tells whether an interface is a monitor session's destination, and of which session"},
     {"sw-port-monitor-is-src-configured", HTTPD_POST, &kRead,
-     {open<rpcclt_openapiSwPortMonitorIsSrcConfigured>, {kIntfAsked, outBool("configured")}}},
+     {open<rpcclt_openapiSwPortMonitorIsSrcConfigured>, {kSourceAsked, outBool("configured")}},
+     "Tells whether an interface is a source of some monitor session"},
     {"sw-port-monitor-src-configured-session", HTTPD_GET, &kRead,
-     {open<rpcclt_openapiSwPortMonitorSrcConfiguredSessionGet>, {query("intIfNum"), out("sessionNum")}}},
+     {open<rpcclt_openapiSwPortMonitorSrcConfiguredSessionGet>, {kSourceSessionAsked, out("sessionNum")}},
+     "Reads which monitor session has an interface as a source"},
     {"sw-port-monitor-is-valid-src-port", HTTPD_POST, &kRead,
-     {open<rpcclt_openapiSwPortMonitorIsValidSrcPort>, {kIntfAsked, outBool("valid")}}},
+     {open<rpcclt_openapiSwPortMonitorIsValidSrcPort>, {kMaySourceAsked, outBool("valid")}},
+     "Tells whether an interface may be a monitor session's source"},
     {"sw-port-monitor-is-valid-dest-port", HTTPD_POST, &kRead,
-     {open<rpcclt_openapiSwPortMonitorIsValidDestPort>, {kIntfAsked, outBool("valid")}}},
+     {open<rpcclt_openapiSwPortMonitorIsValidDestPort>, {kMayDestAsked, outBool("valid")}},
+     "Tells whether an interface may be a monitor session's destination"},
     {"sw-port-monitor-valid-src-intf-first", HTTPD_GET, &kRead,
-     {open<rpcclt_openapiSwPortMonitorValidSrcIntfFirstGet>, {kInterface}}},
+     {open<rpcclt_openapiSwPortMonitorValidSrcIntfFirstGet>, {kInterface}},
+     "Reads the first interface that may be a monitor session's source"},
     {"sw-port-monitor-valid-src-intf-next", HTTPD_GET, &kRead,
-     {open<rpcclt_openapiSwPortMonitorValidSrcIntfNextGet>, {query("intIfNum"), kInterface}}},
+     {open<rpcclt_openapiSwPortMonitorValidSrcIntfNextGet>, {kValidSourceAfter, kInterface}},
+     "Reads the next interface that may be a monitor session's source, for walking them"},
     {"sw-port-monitor-valid-src-intf-list", HTTPD_GET, &kRead,
      {open<rpcclt_openapiSwPortMonitorValidSrcIntfListGet>,
       {outCustom("valid-src-interfaces", ArgKind::Buffer, showInterfaceList, &kIntfListText)
-           .made(kValidSrcParts)}}},
+           .made(kValidSrcParts)}},
+     "Lists the interfaces that may be a monitor session's source"},
     {"sw-port-monitor-valid-dest-intf-first", HTTPD_GET, &kRead,
-     {open<rpcclt_openapiSwPortMonitorValidDestIntfFirstGet>, {kInterface}}},
+     {open<rpcclt_openapiSwPortMonitorValidDestIntfFirstGet>, {kInterface}},
+     "Reads the first interface that may be a monitor session's destination"},
     {"sw-port-monitor-valid-dest-intf-next", HTTPD_GET, &kRead,
-     {open<rpcclt_openapiSwPortMonitorValidDestIntfNextGet>, {query("intIfNum"), kInterface}}},
+     {open<rpcclt_openapiSwPortMonitorValidDestIntfNextGet>, {kValidDestAfter, kInterface}},
+     "Reads the next interface that may be a monitor session's destination, for walking them"},
     {"sw-port-monitor-valid-dest-intf-list", HTTPD_GET, &kRead,
      {open<rpcclt_openapiSwPortMonitorValidDestIntfListGet>,
       {outCustom("valid-dest-interfaces", ArgKind::Buffer, showInterfaceList, &kIntfListText)
-           .made(kValidDestParts)}}},
+           .made(kValidDestParts)}},
+     "Lists the interfaces that may be a monitor session's destination"},
     {"sw-monitor-vlan-list", HTTPD_GET, &kRead,
-     {open<rpcclt_openapiSwMonitorVlanListGet>, {kSession, outText("vlan-list", kVlanListText)}}},
+     {open<rpcclt_openapiSwMonitorVlanListGet>, {kSession, outText("vlan-list", kVlanListText)}},
+     "Reads the VLANs a monitor session copies, as a comma-separated list"},
     {"sw-monitor-vlan-list", HTTPD_PUT, &kWrite,
      {open<rpcclt_openapiSwMonitorVlanListSet>,
-      {kSessionInBody, bodyText("vlan-list", kInputText).needed(), constant(kAttach)}}},
-    {"sw-monitor-src-type", HTTPD_GET, &kRead, {open<rpcclt_openapiSwMonitorSrcTypeGet>, {kSession, out("src-type")}}},
-    {"sw-monitor-dst-type", HTTPD_GET, &kRead, {open<rpcclt_openapiSwMonitorDstTypeGet>, {kSession, out("dst-type")}}},
+      {kSessionInBody.example("2"),
+       bodyText("vlan-list", kInputText)
+           .needed()
+           .described("VLAN IDs and ranges a-b, separated by commas; the VLANs must exist, and the session must "
+                      "not have source ports")
+           .example("\"10\""),
+       constant(kAttach)}},
+     "Adds VLANs to the sources of a monitor session"},
+    {"sw-monitor-src-type", HTTPD_GET, &kRead, {open<rpcclt_openapiSwMonitorSrcTypeGet>, {kSession, out("src-type")}},
+     "Reads what a monitor session copies: 0 nothing, 1 ports, 2 VLANs, 3 a remote-span VLAN"},
+    {"sw-monitor-dst-type", HTTPD_GET, &kRead, {open<rpcclt_openapiSwMonitorDstTypeGet>, {kSession, out("dst-type")}},
+     "Reads where a monitor session sends its copies: 0 nowhere, 1 a port, 2 a remote-span VLAN"},
     {"sw-monitor-remote-src-vlan", HTTPD_GET, &kRead,
-     {open<rpcclt_openapiSwMonitorRemoteSrcVlanGet>, {kSession, out("remote-src-vlan")}}},
+     {open<rpcclt_openapiSwMonitorRemoteSrcVlanGet>, {kSession, out("remote-src-vlan")}},
+     "Reads the remote-span VLAN a monitor session takes its copies from"},
     {"sw-remote-monitor-src-vlan", HTTPD_PUT, &kWrite,
-     {open<rpcclt_openapiSwRemoteMonitorSrcVlanSet>, {kSessionInBody, bodyOrQuery("vlanId").needed()}}},
+     {open<rpcclt_openapiSwRemoteMonitorSrcVlanSet>, {kSessionInBody.example("3"), kRemoteVlanSet.example("20")}},
+     "Sets the remote-span VLAN a monitor session takes its copies from"},
     {"sw-monitor-remote-dst-vlan", HTTPD_GET, &kRead,
-     {open<rpcclt_openapiSwMonitorRemoteDstVlanGet>, {kSession, out("remote-dst-vlan")}}},
+     {open<rpcclt_openapiSwMonitorRemoteDstVlanGet>, {kSession, out("remote-dst-vlan")}},
+     "Reads the remote-span VLAN a monitor session sends its copies on"},
     {"sw-remote-monitor-dst-vlan", HTTPD_PUT, &kWrite,
-     {open<rpcclt_openapiSwRemoteMonitorDstVlanSet>, {kSessionInBody, bodyOrQuery("vlanId").needed()}}},
+     {open<rpcclt_openapiSwRemoteMonitorDstVlanSet>, {kSessionInBody.example("4"), kRemoteVlanSet.example("20")}},
+     "Sets the remote-span VLAN a monitor session sends its copies on"},
     {"sw-monitor-reflector-port", HTTPD_GET, &kRead,
-     {open<rpcclt_openapiSwMonitorReflectorPortGet>, {kSession, kInterface}}},
+     {open<rpcclt_openapiSwMonitorReflectorPortGet>, {kSession, kInterface}},
+     "Reads the reflector port that puts a monitor session's copies onto its remote-span VLAN"},
     {"sw-monitor-reflector-port", HTTPD_PUT, &kWrite,
-     {open<rpcclt_openapiSwMonitorReflectorPortSet>, {kSessionInBody, kIntfInBody}}},
+     {open<rpcclt_openapiSwMonitorReflectorPortSet>, {kSessionInBody, kReflectorPortSet}},
+     "Sets the reflector port that puts a monitor session's copies onto its remote-span VLAN"},
     {"sw-monitor-ip-acl", HTTPD_GET, &kRead,
      {open<rpcclt_openapiSwMonitorIpAclGet>,
-      {kSession, outCustom("ip-acl-id", ArgKind::IntPointer, showIpAcl).made(kIpAclParts)}}},
+      {kSession, outCustom("ip-acl-id", ArgKind::IntPointer, showIpAcl).made(kIpAclParts)}},
+     "Reads the IP access list that filters a monitor session's copies, by number and name"},
     {"sw-monitor-ip-acl", HTTPD_PUT, &kWrite,
      {open<rpcclt_openapiSwMonitorIpAclSet>,
-      {kSessionInBody, customInput(ArgKind::IntValue, readIpAclToAttach).made(kIpAclInputs), constant(kAttach)}}},
+      {kSessionInBody, customInput(ArgKind::IntValue, readIpAclToAttach).made(kIpAclInputs), constant(kAttach)}},
+     "Sets the IP access list, by number or name, that filters a monitor session's copies"},
     {"sw-monitor-mac-acl", HTTPD_GET, &kRead,
-     {open<rpcclt_openapiSwMonitorMacAclGet>, {kSession, outText("mac-acl", kAclNameText)}}},
+     {open<rpcclt_openapiSwMonitorMacAclGet>, {kSession, outText("mac-acl", kAclNameText)}},
+     "Reads the name of the MAC access list that filters a monitor session's copies"},
     {"sw-monitor-mac-acl", HTTPD_PUT, &kWrite,
      {open<rpcclt_openapiSwMonitorMacAclSet>,
-      {kSessionInBody, bodyText("mac-acl", kInputText).needed(), constant(kAttach)}}},
-    {"remote-span-vlan", HTTPD_GET, &kRead, {open<rpcclt_openapiRemoteSpanVlanGet>, {out("rspan-vlan")}}},
+      {kSessionInBody,
+       bodyText("mac-acl", kInputText)
+           .needed()
+           .described("The MAC access list, by its name")
+           .example("\"trusted-macs\""),
+       constant(kAttach)}},
+     "Sets the MAC access list, by name, that filters a monitor session's copies"},
+    {"remote-span-vlan", HTTPD_GET, &kRead, {open<rpcclt_openapiRemoteSpanVlanGet>, {out("rspan-vlan")}},
+     "Reads the switch's first remote-span VLAN"},
     custom("remote-span-vlan", HTTPD_PUT, rspanVlansSet, kVlanRangesWrite,
-           "Makes remote-span VLANs of a list such as \"10,20-22\": ranges end at 4093, other words are passed over",
-           {kVlanList}),
+           "Makes the VLANs of a list such as \"10,20-22\" remote-span VLANs", {kVlanList}),
     {"remote-span-vlan-next", HTTPD_GET, &kRead,
-     {open<rpcclt_openapiRemoteSpanVlanNextGet>, {query("rspanVlan"), out("rspan-vlan-next")}}},
+     {open<rpcclt_openapiRemoteSpanVlanNextGet>,
+      {query("rspanVlan")
+           .described("The remote-span VLAN the walk is at, as the previous answer gave it, by its ID")
+           .example("20"),
+       out("rspan-vlan-next")}},
+     "Reads the remote-span VLAN after the one given, for walking them"},
     {"remote-span-vlan-list", HTTPD_GET, &kRead,
      {open<rpcclt_openapiRemoteSpanVlanListGet>,
-      {outCustom("rspan-vlans", ArgKind::Buffer, showVlanNumbers, &kVlanListText).made(kRspanVlansParts)}}},
+      {outCustom("rspan-vlans", ArgKind::Buffer, showVlanNumbers, &kVlanListText).made(kRspanVlansParts)}},
+     "Lists the switch's remote-span VLANs"},
     {"is-rspan-vlan", HTTPD_POST, &kRead,
-     {open<rpcclt_openapiMirrorIsRspanVlan>, {kVlanAsked, outBool("is-rspan-vlan")}}},
-    {"is-src-vlan", HTTPD_POST, &kRead, {open<rpcclt_openapiMirrorIsSrcVlan>, {kVlanAsked, outBool("is-src-vlan")}}},
+     {open<rpcclt_openapiMirrorIsRspanVlan>, {kRspanVlanAsked, outBool("is-rspan-vlan")}},
+     "Tells whether a VLAN is one of the switch's remote-span VLANs"},
+    {"is-src-vlan", HTTPD_POST, &kRead,
+     {open<rpcclt_openapiMirrorIsSrcVlan>, {kSourceVlanAsked, outBool("is-src-vlan")}},
+     "Tells whether a VLAN is a source of some monitor session"},
     {"session-reserve-state", HTTPD_GET, &kRead,
-     {open<rpcclt_openapiMirrorSessionReserveStateGet>, {kSession, outChoice("reserve-state", kReserveState)}}},
+     {open<rpcclt_openapiMirrorSessionReserveStateGet>, {kSession, outChoice("reserve-state", kReserveState)}},
+     "Tells whether a monitor session is reserved"},
     {"session-reserve-state", HTTPD_PUT, &kWrite,
      {open<rpcclt_openapiMirrorSessionReserveStateSet>,
-      {kSessionInBody, bodyChoice("reserve-state", kReserveState).needed()}}},
+      {kSessionInBody,
+       bodyChoice("reserve-state", kReserveState)
+           .needed()
+           .described("\"reserved\" reserves the session; \"unreserved\" releases it")
+           .example("\"reserved\"")}},
+     "Reserves a monitor session or releases its reservation"},
 };
 static_assert(std::size(kMirrorRoutes) == 45);
 

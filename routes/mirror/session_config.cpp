@@ -33,7 +33,8 @@ constexpr ChoiceTable kFilterType = choiceTable(kFilterTypeNames, true, 0, kMacF
 constexpr int64_t kL3 = 1;
 
 // The session document as GET writes it ...
-constexpr Bind kSessionId = query("sessionId").needed().within(1, kSessions);
+constexpr Bind kSessionId =
+    query("sessionId").needed().within(1, kSessions).described("The monitor session, by its number").example("1");
 constexpr Bind kSessionShown = out("sessionId");
 constexpr Bind kModeShown = outChoice("mode", kMode);
 constexpr Bind kDestinationShown = outText("destination", kIntfNameText).orNull();
@@ -48,21 +49,63 @@ constexpr Bind kFilterNameShown = outText("aclName", kAclNameText);
 constexpr Bind kFilterShownParts[] = {kFilterTypeShown, kFilterNameShown};
 constexpr Bind kFilterShown = outObject("aclFilter", kFilterShownParts).orNull();
 
-// ... and as PUT reads it.
-constexpr Bind kModeRead = bodyChoice("mode", kMode);
-constexpr Bind kDestinationRead = bodyText("destination", kIntfNameText);
-constexpr Bind kPortNameRead = bodyText("interface", kIntfNameText);
-constexpr Bind kPortDirectionRead = bodyChoice("direction", kDirection);
+// ... and as PUT reads it. The examples make up the document GET answers
+// for session 1 of the default switch, so that what is read can be written
+// back as it is.
+constexpr Bind kModeRead =
+    bodyChoice("mode", kMode)
+        .described("\"enable\" copies as soon as the document is applied; \"disable\" keeps the session "
+                   "configured but idle")
+        .example("\"disable\"");
+constexpr Bind kDestinationRead =
+    bodyText("destination", kIntfNameText)
+        .orNull()
+        .described("The physical port that receives the copies, by its name (unit/slot/port); null or \"\" for "
+                   "none. A name the switch does not know answers 10003, while the rest of the document is applied")
+        .example("\"1/0/24\"");
+constexpr Bind kPortNameRead =
+    bodyText("interface", kIntfNameText)
+        .described("The source interface, by its name: unit/slot/port such as \"1/0/1\", lagN or cpu; names the "
+                   "switch does not know are passed over")
+        .example("\"1/0/1\"");
+constexpr Bind kPortDirectionRead =
+    bodyChoice("direction", kDirection)
+        .described("Which of the interface's traffic is copied: \"rx\" received, \"tx\" sent, \"both\"")
+        .example("\"both\"");
 constexpr Bind kSourcePortRead[] = {kPortNameRead, kPortDirectionRead};
-constexpr Bind kInterfacesRead = bodyList("interfaces", kSourcePortRead);
-constexpr Bind kVlanRead[] = {body(nullptr)};
-constexpr Bind kVlansRead = bodyList("vlans", kVlanRead);
+constexpr Bind kInterfacesRead =
+    bodyList("interfaces", kSourcePortRead)
+        .described("The source interfaces, each with the direction it mirrors; empty when the session mirrors VLANs")
+        .example(R"([{"interface": "1/0/1", "direction": "both"}, {"interface": "1/0/2", "direction": "rx"}])");
+constexpr Bind kVlanRead[] = {
+    body(nullptr).described("A source VLAN, by its ID; IDs outside 1-4093 are passed over").example("10")};
+constexpr Bind kVlansRead = bodyList("vlans", kVlanRead)
+                                .described("The source VLANs, by ID; empty when the session mirrors interfaces")
+                                .example("[]");
 constexpr Bind kSourcesReadParts[] = {kInterfacesRead, kVlansRead};
-constexpr Bind kSourcesRead = bodyObject("sources", kSourcesReadParts);
-constexpr Bind kFilterTypeRead = bodyChoice("type", kFilterType).needed().strictly();
-constexpr Bind kFilterNameRead = bodyText("aclName", kAclNameText).needed();
+constexpr Bind kSourcesRead =
+    bodyObject("sources", kSourcesReadParts)
+        .described("What the session copies: interfaces or VLANs, never both; a document that names both is refused")
+        .example(R"({"interfaces": [{"interface": "1/0/1", "direction": "both"},)"
+                 R"( {"interface": "1/0/2", "direction": "rx"}], "vlans": []})");
+constexpr Bind kFilterTypeRead = bodyChoice("type", kFilterType)
+                                     .needed()
+                                     .strictly()
+                                     .described("\"L3\" for an IP access list, \"L2\" for a MAC access list")
+                                     .example("\"L3\"");
+constexpr Bind kFilterNameRead =
+    bodyText("aclName", kAclNameText)
+        .needed()
+        .described("The access list's name; an IP list may also be given by its number, which must then be an "
+                   "extended one (100-199)")
+        .example("\"voice-rtp\"");
 constexpr Bind kFilterReadParts[] = {kFilterTypeRead, kFilterNameRead};
-constexpr Bind kFilterRead = bodyObject("aclFilter", kFilterReadParts);
+constexpr Bind kFilterRead =
+    bodyObject("aclFilter", kFilterReadParts)
+        .orNull()
+        .described("The access list that selects the frames to copy, or null for none; when a session has both "
+                   "kinds, GET shows the IP list")
+        .example("null");
 
 // A comma-separated list OpEN fills in a zeroed buffer of `size` bytes (and
 // a spare terminator); "" when the call fails.
@@ -257,17 +300,23 @@ int32_t sessionConfigPut(Inputs &in, Output &) {
   return documentIsValid(document) ? applyDocument(session, document) : RC_INVALID_ARGUMENT;
 }
 
-constexpr Answering kDocumentRead{&kMirror, Mapping::ShowDefaults, AnswerStyle::Data, AnswerStyle::Data,
+// The family's routes answer under "mirror" and read the query as the mirror
+// routes do; the record of its own carries the family's description.
+constexpr Family kSessionDocument{
+    kSessionDir, "mirror", &kMirrorQuery,
+    "A whole monitor session as one document (mode, destination, source interfaces or VLANs, ACL filter), read "
+    "and replaced in one request: what a page shows and saves. Interfaces go by name (1/0/5, lag2, cpu)."};
+constexpr Answering kDocumentRead{&kSessionDocument, Mapping::ShowDefaults, AnswerStyle::Data, AnswerStyle::Data,
                                   AnswerStyle::Data};
-constexpr Answering kDocumentWrite{&kMirror, Mapping::OpenRc, AnswerStyle::Line, AnswerStyle::Line,
+constexpr Answering kDocumentWrite{&kSessionDocument, Mapping::OpenRc, AnswerStyle::Line, AnswerStyle::Line,
                                    AnswerStyle::Line};
 
 constexpr Route kSessionRoutes[] = {
     custom("config", HTTPD_GET, sessionConfigGet, kDocumentRead,
-           "A monitor session as one document: mode, destination, source ports or VLANs, ACL filter",
+           "Reads a monitor session as one document: mode, destination, sources and ACL filter",
            {kSessionId, kSessionShown, kModeShown, kDestinationShown, kSourcesShown, kFilterShown}),
     custom("config", HTTPD_PUT, sessionConfigPut, kDocumentWrite,
-           "Replaces a monitor session with a document; a session mirrors ports or VLANs, never both",
+           "Replaces a monitor session's whole configuration with a document like the one GET reads",
            {kSessionId, kModeRead, kDestinationRead, kSourcesRead, kFilterRead}),
 };
 
