@@ -18,7 +18,11 @@ constexpr const char *kDir = "/api/v2/monitoring/lldp";
 
 // Keys come from the request data (the query of a GET) and are read with
 // strtol; an absent key is 0 and reaches OpEN as such.
-constexpr route::Family kLldp{kDir, "lldp", &route::kRequestDataSigned};
+constexpr route::Family kLldp{
+    kDir, "lldp", &route::kRequestDataSigned,
+    "LLDP and LLDP-MED on the physical ports: the global timers, each port's modes and optional TLVs, the neighbours "
+    "each port hears with all they advertise, and what the switch advertises itself. A neighbour is named by its "
+    "port, remote index and time stamp, as intf-remote-device-next walks them."};
 
 // The settings routes answer every OpEN failure with 10000 and write
 // failures and refusals with a newline, a read's data without.
@@ -41,8 +45,13 @@ constexpr route::BufferKind kPageText{257, route::SizeRule::Capacity, nullptr};
 
 // A settings route's interface: from QUERY_STRING, also on PUT, read with
 // strtol; absent or 0 refuses the request before anything else is read.
-constexpr route::Bind lldpQueryIfNumGet =
-    route::query("ifNum").via(route::kQueryStringSigned).of<uint32_t>().needed();
+constexpr route::Bind lldpQueryIfNumGet = route::query("ifNum")
+                                              .via(route::kQueryStringSigned)
+                                              .of<uint32_t>()
+                                              .needed()
+                                              .described("The physical port, as the switch numbers it internally "
+                                                         "(intIfNum)")
+                                              .example("5");
 
 // "enable" in any case enables; every other word disables.
 constexpr route::ChoiceTable kEnableMode = route::choicesOf<OPEN_CONTROL_t>(true, OPEN_DISABLE, "disable");
@@ -54,20 +63,72 @@ uint32_t lldpMgmtStrLen();
 constexpr route::BufferKind kMgmtStrText{257, route::SizeRule::Queried, lldpMgmtStrLen};
 constexpr route::BufferKind kLongText{512, route::SizeRule::CapacityLessOne, nullptr};
 
+// A neighbour of the default simulated switch, by its port, remote index
+// and time stamp: the examples of the routes that read one.
+struct Neighbour {
+  const char *ifNum, *remIndex, *timeStamp;
+};
+constexpr Neighbour kPhone{"5", "4", "5128807"};       // an LLDP-MED endpoint, with PoE, inventory and policies
+constexpr Neighbour kServer{"9", "3", "4020"};         // a server's NIC
+constexpr Neighbour kAccessSwitch{"12", "2", "3544"};  // VLANs, organisationally defined and unknown TLVs
+constexpr Neighbour kUplink{"25", "1", "3127"};        // a 10G distribution switch, jumbo frames
+
 // A neighbour's interface, remote index and time stamp, spelt as the
 // route's operation name says.
 struct NeighbourKeys {
   route::Bind ifNum, remIndex, timeStamp;
+
+  // The keys with examples that name `neighbour`.
+  constexpr NeighbourKeys of(const Neighbour &neighbour) const {
+    return {ifNum.example(neighbour.ifNum), remIndex.example(neighbour.remIndex),
+            timeStamp.example(neighbour.timeStamp)};
+  }
 };
+constexpr const char *kNeighbourPortText = "The port that hears the neighbour, as the switch numbers it internally "
+                                           "(intIfNum)";
+constexpr const char *kRemIndexText = "The remote index the switch gave the neighbour when it learnt it";
+constexpr const char *kTimeStampText = "When the switch learnt the neighbour, in hundredths of a second of uptime; "
+                                       "with the port and the remote index it names the neighbour";
+constexpr route::Bind kRemIndex = route::query("remIndex").described(kRemIndexText);
 // intf-remote-device-*, remote-device-*, intf-remote-port-link-aggregation-info
-constexpr NeighbourKeys kIntfRemoteKeys{route::query("ifNum"), route::query("remIndex"),
-                                               route::query("timeStamp")};
+constexpr NeighbourKeys kIntfRemoteKeys{route::query("ifNum").described(kNeighbourPortText), kRemIndex,
+                                        route::query("timeStamp").described(kTimeStampText)};
 // rem-*, med-rem-*, lldpdot3-rem-*
-constexpr NeighbourKeys kRemKeys{route::query("ifNum"), route::query("remIndex"), route::query("timestamp")};
-constexpr NeighbourKeys kRemBodyKeys{route::body("ifNum"), route::body("remIndex"), route::body("timestamp")};
+constexpr NeighbourKeys kRemKeys{route::query("ifNum").described(kNeighbourPortText), kRemIndex,
+                                 route::query("timestamp").described(kTimeStampText)};
+constexpr NeighbourKeys kRemBodyKeys{route::body("ifNum").described(kNeighbourPortText),
+                                     route::body("remIndex").described(kRemIndexText),
+                                     route::body("timestamp").described(kTimeStampText)};
 // med-remote-*
-constexpr NeighbourKeys kMedRemoteKeys{route::query("intf"), route::query("remIndex"),
-                                              route::query("timeStamp")};
+constexpr NeighbourKeys kMedRemoteKeys{route::query("intf").described(kNeighbourPortText), kRemIndex,
+                                       route::query("timeStamp").described(kTimeStampText)};
+
+// What several routes answer, in the words of IEEE 802.1AB and LLDP-MED.
+constexpr const char *kChassisIdSubtypeText =
+    "How the chassis ID identifies the device: 1 chassis component, 2 interface alias, 3 port component, "
+    "4 MAC address, 5 network address, 6 interface name, 7 locally assigned";
+constexpr const char *kPortIdSubtypeText =
+    "How the port ID identifies the port: 1 interface alias, 2 port component, 3 MAC address, 4 network address, "
+    "5 interface name, 6 agent circuit ID, 7 locally assigned";
+constexpr const char *kCapabilitiesText = "System capabilities by name, separated by commas, such as "
+                                          "\"bridge, router\"";
+constexpr const char *kAddressFamilyText = "The address's family: 1 IPv4, 2 IPv6";
+constexpr const char *kAggregationCapableText = "1 when the port can join a link aggregation, else 0";
+constexpr const char *kAggregationMemberText = "1 when the port is a member of a link aggregation, else 0";
+constexpr const char *kAggregationIdText = "The aggregation's interface number, 0 when the port is no member";
+constexpr const char *kAutoNegSupportedText = "1 when the port supports auto-negotiation, else 0";
+constexpr const char *kAutoNegEnabledText = "1 when auto-negotiation is enabled on the port, else 0";
+constexpr const char *kAdvertisedCapText =
+    "The speeds and duplex modes the port advertises in auto-negotiation, a bit map as hexadecimal text "
+    "(\"6c01\": 10BASE-T and 100BASE-TX half and full duplex, 1000BASE-T full duplex)";
+constexpr const char *kMauTypeText = "The IANA MAU type of the port's link, such as 30 (1000BASE-T full duplex) or "
+                                     "36 (10GBASE-SR)";
+constexpr const char *kMaxFrameSizeText = "The largest frame the port takes, in bytes";
+constexpr const char *kPolicyAppTypeText =
+    "The network policy's application type: 1 voice, 2 voice signalling, 3 guest voice, 4 guest voice signalling, "
+    "5 softphone voice, 6 video conferencing, 7 streaming video, 8 video signalling";
+constexpr const char *kDeviceClassText = "The LLDP-MED device class: 1 to 3 endpoint classes I to III, 4 network "
+                                         "connectivity device";
 
 // A neighbour route's call: its three keys, then the operation's own bindings.
 constexpr route::Call keyed(const route::OpenCall &open, const NeighbourKeys &keys,

@@ -12,14 +12,15 @@ namespace {
 
 using namespace route;
 
-constexpr Bind kIfNum = query("ifNum");
-constexpr Bind kPolicyAppType = query("policyAppType");
+constexpr Bind kIfNum =
+    query("ifNum").described("The physical port, as the switch numbers it internally (intIfNum)").example("5");
+constexpr Bind kPolicyAppType = query("policyAppType").described(kPolicyAppTypeText).example("1");
 
 // "numEntries" is the count as a signed number; "ids" lists the first count
 // ids, never past the list's own capacity whatever the count says.
-constexpr Bind kVlanCount = out("numEntries");
+constexpr Bind kVlanCount = out("numEntries").described("How many VLANs the port belongs to");
 constexpr Bind kVlanId[] = {out(nullptr)};
-constexpr Bind kVlanIds = outList("ids", kVlanId);
+constexpr Bind kVlanIds = outList("ids", kVlanId).described("The IDs of the VLANs the port belongs to");
 constexpr Bind kVlanListShown[] = {kVlanCount, kVlanIds};
 
 void showVlanList(Output &out, const Bind &, const Slot &slot, const Slot *) {
@@ -31,9 +32,10 @@ void showVlanList(Output &out, const Bind &, const Slot &slot, const Slot *) {
 }
 
 // A row of the page; a text that cannot be read is "".
-constexpr Bind kRowInterface = out("interface");
-constexpr Bind kRowPortId = outText("port-id", kPageText);
-constexpr Bind kRowPortDescription = outText("port-description", kPageText);
+constexpr Bind kRowInterface = out("interface").described("The port, as the switch numbers it internally");
+constexpr Bind kRowPortId = outText("port-id", kPageText).described("The port ID the switch advertises on the port");
+constexpr Bind kRowPortDescription =
+    outText("port-description", kPageText).described("The port description the switch advertises on the port");
 constexpr Bind kLocalDeviceParts[] = {kRowInterface, kRowPortId, kRowPortDescription};
 constexpr Bind kLocalDevices = outList("local-devices", kLocalDeviceParts);
 
@@ -59,55 +61,101 @@ int32_t localDevicesGet(Inputs &, Output &out) {
 
 constexpr Route kLocalDeviceRoutes[] = {
     custom("local-device", HTTPD_GET, localDevicesGet, kPageRead,
-           "What the switch advertises on each physical interface: port ID and description",
-           {kLocalDevices}),
+           "Lists the port ID and description the switch advertises on each physical port", {kLocalDevices}),
     {"intf-local-device-chassis-id", HTTPD_GET, &kDeviceRead,
      {open<rpcclt_openapiLldpIntfLocalDeviceChassisIdGet>,
-      {kIfNum, out("chassisIdSubtype"), outText("chassisId", kLongText)}}},
+      {kIfNum, out("chassisIdSubtype").described(kChassisIdSubtypeText),
+       outText("chassisId", kLongText).described("The switch's chassis ID, as its subtype says")}},
+     "Reads the chassis ID the switch advertises on a port, with its subtype"},
     {"intf-local-device-port-id", HTTPD_GET, &kDeviceRead,
-     {open<rpcclt_openapiLldpIntfLocalDevicePortIdGet>, {kIfNum, out("portIdSubtype"), outText("portId", kMgmtStrText)}}},
+     {open<rpcclt_openapiLldpIntfLocalDevicePortIdGet>,
+      {kIfNum, out("portIdSubtype").described(kPortIdSubtypeText),
+       outText("portId", kMgmtStrText).described("The port's ID, as its subtype says")}},
+     "Reads the port ID the switch advertises on a port, with its subtype"},
     {"intf-local-device-port-desc", HTTPD_GET, &kDeviceRead,
-     {open<rpcclt_openapiLldpIntfLocalDevicePortDescGet>, {kIfNum, outText("portDesc", kMgmtStrText)}}},
+     {open<rpcclt_openapiLldpIntfLocalDevicePortDescGet>,
+      {kIfNum, outText("portDesc", kMgmtStrText).described("The port's description")}},
+     "Reads the port description the switch advertises on a port"},
     {"intf-local-device-system-name", HTTPD_GET, &kDeviceRead,
-     {open<rpcclt_openapiLldpIntfLocalDeviceSystemNameGet>, {kIfNum, outText("systemName", kLongText)}}},
+     {open<rpcclt_openapiLldpIntfLocalDeviceSystemNameGet>,
+      {kIfNum, outText("systemName", kLongText).described("The switch's system name")}},
+     "Reads the system name the switch advertises on a port"},
     {"intf-local-device-system-desc", HTTPD_GET, &kDeviceRead,
-     {open<rpcclt_openapiLldpIntfLocalDeviceSystemDescGet>, {kIfNum, outText("systemDesc", kLongText)}}},
+     {open<rpcclt_openapiLldpIntfLocalDeviceSystemDescGet>,
+      {kIfNum, outText("systemDesc", kLongText).described("The switch's system description")}},
+     "Reads the system description the switch advertises on a port"},
     {"intf-local-device-sys-cap-supp", HTTPD_GET, &kDeviceRead,
-     {open<rpcclt_openapiLldpIntfLocalDeviceSysCapSuppGet>, {kIfNum, outText("sysCapSupp", kLongText)}}},
+     {open<rpcclt_openapiLldpIntfLocalDeviceSysCapSuppGet>,
+      {kIfNum, outText("sysCapSupp", kLongText).described(kCapabilitiesText)}},
+     "Reads the system capabilities the switch advertises as supported on a port"},
     {"intf-local-device-sys-cap-enabled", HTTPD_GET, &kDeviceRead,
-     {open<rpcclt_openapiLldpIntfLocalDeviceSysCapEnabledGet>, {kIfNum, outText("sysCapEnabled", kLongText)}}},
+     {open<rpcclt_openapiLldpIntfLocalDeviceSysCapEnabledGet>,
+      {kIfNum, outText("sysCapEnabled", kLongText).described(kCapabilitiesText)}},
+     "Reads the system capabilities the switch advertises as enabled on a port"},
     {"intf-local-device-mgmt-address", HTTPD_GET, &kDeviceRead,
      {open<rpcclt_openapiLldpIntfLocalDeviceMgmtAddressGet>,
-      {kIfNum, out("addressFamily"), outText("address", kMgmtStrText)}}},
+      {kIfNum, out("addressFamily").described(kAddressFamilyText),
+       outText("address", kMgmtStrText).described("The switch's management address")}},
+     "Reads the management address the switch advertises on a port"},
     {"intf-local-device-port-vlan", HTTPD_GET, &kDeviceRead,
-     {open<rpcclt_openapiLldpIntfLocalDevicePortVlanGet>, {kIfNum, out("portVlan")}}},
+     {open<rpcclt_openapiLldpIntfLocalDevicePortVlanGet>,
+      {kIfNum, out("portVlan").described("The VLAN of the port's untagged frames (its PVID)")}},
+     "Reads the port VLAN ID the switch advertises on a port"},
     {"intf-local-device-vlan", HTTPD_GET, &kDeviceRead,
      {open<rpcclt_openapiLldpIntfLocalDeviceVlanGet>,
-      {kIfNum, record<open_lldp_vlan_list_t>(nullptr, showVlanList).made(kVlanListShown)}}},
+      {kIfNum, record<open_lldp_vlan_list_t>(nullptr, showVlanList).made(kVlanListShown)}},
+     "Lists the VLANs a port belongs to, as the switch advertises them"},
     {"intf-local-device-vlan-name", HTTPD_GET, &kDeviceRead,
-     {open<rpcclt_openapiLldpIntfLocalDeviceVlanNameGet>, {kIfNum, query("vlanId"), outText("vlanName", kLongText)}}},
+     {open<rpcclt_openapiLldpIntfLocalDeviceVlanNameGet>,
+      {kIfNum, query("vlanId").described("A VLAN of the switch, by its ID").example("10"),
+       outText("vlanName", kLongText).described("The VLAN's name")}},
+     "Reads the name the switch advertises on a port for one VLAN"},
     {"intf-local-device-max-frame-size", HTTPD_GET, &kDeviceRead,
-     {open<rpcclt_openapiLldpIntfLocalDeviceMaxFrameSizeGet>, {kIfNum, out("maxFrameSize")}}},
+     {open<rpcclt_openapiLldpIntfLocalDeviceMaxFrameSizeGet>,
+      {kIfNum, out("maxFrameSize").described(kMaxFrameSizeText)}},
+     "Reads the largest frame size the switch advertises on a port"},
     {"intf-local-port-link-aggregation-info", HTTPD_GET, &kDeviceRead,
      {open<rpcclt_openapiLldpIntfLocalPortLinkAggregationInfoGet>,
-      {kIfNum, out("aggregationCapable"), out("aggregationMember"), out("aggregationId")}}},
+      {kIfNum, out("aggregationCapable").described(kAggregationCapableText),
+       out("aggregationMember").described(kAggregationMemberText),
+       out("aggregationId").described(kAggregationIdText)}},
+     "Reads whether a port of the switch can join or has joined a link aggregation"},
     {"lldpdot3-loc-port-auto-neg-supported", HTTPD_GET, &kDeviceRead,
-     {open<rpcclt_openapiLldpdot3LocPortAutoNegSupportedGet>, {kIfNum, out("isCapable")}}},
+     {open<rpcclt_openapiLldpdot3LocPortAutoNegSupportedGet>,
+      {kIfNum, out("isCapable").described(kAutoNegSupportedText)}},
+     "Tells whether a port of the switch supports auto-negotiation"},
     {"lldpdot3-loc-port-auto-neg-enabled", HTTPD_GET, &kDeviceRead,
-     {open<rpcclt_openapiLldpdot3LocPortAutoNegEnabledGet>, {kIfNum, out("isEnabled")}}},
+     {open<rpcclt_openapiLldpdot3LocPortAutoNegEnabledGet>, {kIfNum, out("isEnabled").described(kAutoNegEnabledText)}},
+     "Tells whether a port of the switch has auto-negotiation enabled"},
     {"lldpdot3-loc-port-auto-neg-advertized-cap", HTTPD_GET, &kDeviceRead,
-     {open<rpcclt_openapiLldpdot3LocPortAutoNegAdvertizedCapGet>, {kIfNum, outText("advrtCap", kLongText)}}},
+     {open<rpcclt_openapiLldpdot3LocPortAutoNegAdvertizedCapGet>,
+      {kIfNum, outText("advrtCap", kLongText).described(kAdvertisedCapText)}},
+     "Reads the speeds and duplex modes a port of the switch advertises in auto-negotiation"},
     {"lldpdot3-loc-port-auto-neg-oper-mau-type", HTTPD_GET, &kDeviceRead,
-     {open<rpcclt_openapiLldpdot3LocPortAutoNegOperMauTypeGet>, {kIfNum, out("type")}}},
+     {open<rpcclt_openapiLldpdot3LocPortAutoNegOperMauTypeGet>, {kIfNum, out("type").described(kMauTypeText)}},
+     "Reads the operational MAU type (speed, duplex and medium) of a port of the switch"},
     {"xmed-loc-media-policy-vlan-id", HTTPD_GET, &kDeviceRead,
-     {open<rpcclt_openapiLldpXMedLocMediaPolicyVlanIDGet>, {kIfNum, kPolicyAppType, out("vlanId")}}},
+     {open<rpcclt_openapiLldpXMedLocMediaPolicyVlanIDGet>,
+      {kIfNum, kPolicyAppType, out("vlanId").described("The VLAN the application's traffic should use")}},
+     "Reads the VLAN of a port's network policy for an application (LLDP-MED)"},
     {"xmed-loc-media-policy-tagged", HTTPD_GET, &kDeviceRead,
-     {open<rpcclt_openapiLldpXMedLocMediaPolicyTaggedGet>, {kIfNum, kPolicyAppType, out("taggedStatus")}}},
+     {open<rpcclt_openapiLldpXMedLocMediaPolicyTaggedGet>,
+      {kIfNum, kPolicyAppType,
+       out("taggedStatus").described("1 when the application's frames should carry a VLAN tag, else 0")}},
+     "Tells whether a port's network policy for an application tags frames (LLDP-MED)"},
     {"xmed-loc-media-policy-priority", HTTPD_GET, &kDeviceRead,
-     {open<rpcclt_openapiLldpXMedLocMediaPolicyPriorityGet>, {kIfNum, kPolicyAppType, out("priority")}}},
+     {open<rpcclt_openapiLldpXMedLocMediaPolicyPriorityGet>,
+      {kIfNum, kPolicyAppType,
+       out("priority").described("The IEEE 802.1p priority, 0 to 7, the application's frames should carry")}},
+     "Reads the priority of a port's network policy for an application (LLDP-MED)"},
     {"xmed-loc-media-policy-dscp", HTTPD_GET, &kDeviceRead,
-     {open<rpcclt_openapiLldpXMedLocMediaPolicyDscpGet>, {kIfNum, kPolicyAppType, out("dscp")}}},
-    {"med-loc-device-class", HTTPD_GET, &kDeviceRead, {open<rpcclt_openapiLldpMedLocDeviceClassGet>, {out("deviceClass")}}},
+     {open<rpcclt_openapiLldpXMedLocMediaPolicyDscpGet>,
+      {kIfNum, kPolicyAppType,
+       out("dscp").described("The DSCP value, 0 to 63, the application's packets should carry")}},
+     "Reads the DSCP value of a port's network policy for an application (LLDP-MED)"},
+    {"med-loc-device-class", HTTPD_GET, &kDeviceRead,
+     {open<rpcclt_openapiLldpMedLocDeviceClassGet>, {out("deviceClass").described(kDeviceClassText)}},
+     "Reads the switch's own LLDP-MED device class"},
 };
 static_assert(std::size(kLocalDeviceRoutes) == 23);
 

@@ -19,22 +19,34 @@ constexpr const char *kDir = "/api/v2/monitoring/stats";
 
 constexpr ChoiceTable kCounters = choicesOf<OPEN_COUNTER_ID_t>(false, ctr_reserved, "ctr_reserved");
 
-constexpr Family kStats{kDir, "stats", &kQueryStringUnsigned};
+constexpr Family kStats{kDir, "stats", &kQueryStringUnsigned,
+                        "Interface statistics: one counter of an interface by name, as a number or as exact decimal "
+                        "text; every counter of an interface at once; the time since its last reset; resets of one "
+                        "counter, one interface or every interface."};
 constexpr Answering kRead{&kStats, Mapping::OpenRc, AnswerStyle::Data, AnswerStyle::Data, AnswerStyle::Data};
 constexpr Answering kWrite{&kStats, Mapping::OpenRc, AnswerStyle::Line, AnswerStyle::Line, AnswerStyle::Line};
 
 // The interface always comes from the query string, also on POST; a GET
 // names its counter in the request data, a POST in its body.
-constexpr Bind kIfNum = query("ifNum");
-constexpr Bind kCounterInQuery = queryChoice("counterId", kCounters).via(kRequestDataUnsigned);
-constexpr Bind kCounterInBody = bodyChoice("counterId", kCounters);
+constexpr Bind kIfNum =
+    query("ifNum").described("The interface, as the switch numbers it internally (intIfNum)").example("1");
+constexpr Bind kCounterInQuery = queryChoice("counterId", kCounters)
+                                     .via(kRequestDataUnsigned)
+                                     .described("The counter, by name")
+                                     .example("\"ctr_rx_total_bytes\"");
+constexpr Bind kCounterInBody =
+    bodyChoice("counterId", kCounters).described("The counter to reset, by name").example("\"ctr_rx_fcs_errors\"");
 constexpr BufferKind kDecimalText{21, SizeRule::Capacity, nullptr};
 
 // Thousands of counters a port at the most.
 constexpr uint32_t kMaxCounterBlockBytes = 64 * 1024;
 
 constexpr Bind kCounterValue[] = {out(nullptr)};
-constexpr Bind kCounterArray = outList("counterArray", kCounterValue).ifKnown();
+constexpr Bind kCounterArray =
+    outList("counterArray", kCounterValue)
+        .ifKnown()
+        .described("The interface's counters in the order of the switch's counter block, normally by counter "
+                   "number as the counterId names go (ctr_reserved first); each rounded above 2^53");
 
 // Word 0 of the block is the counter count; words past the block are never read.
 void showCounters(Output &out, const uint64_t *words, uint32_t wordCount) {
@@ -66,18 +78,36 @@ int32_t interfaceStatsGet(Inputs &in, Output &out) {
 }
 
 constexpr Route kStatsRoutes[] = {
-    {"stat", HTTPD_GET, &kRead, {open<rpcclt_openapiStatGet>, {kCounterInQuery, kIfNum, out("counterValue")}}},
+    {"stat", HTTPD_GET, &kRead,
+     {open<rpcclt_openapiStatGet>,
+      {kCounterInQuery, kIfNum,
+       out("counterValue")
+           .described("The counter's value, a 64-bit count sent as a JSON number: above 2^53 it is rounded; "
+                      "stats/stat-string gives it as exact decimal text")}},
+     "Reads one counter of an interface"},
     {"stat-string", HTTPD_GET, &kRead,
-     {open<rpcclt_openapiStatStringGet>, {kCounterInQuery, kIfNum, outText("counterValueStr", kDecimalText)}}},
-    {"stat-reset", HTTPD_POST, &kWrite, {open<rpcclt_openapiStatReset>, {kCounterInBody, kIfNum}}},
-    {"interface-stats-buf-size", HTTPD_GET, &kRead, {open<rpcclt_openapiInterfaceStatsBufSizeGet>, {out("bufSize")}}},
+     {open<rpcclt_openapiStatStringGet>,
+      {kCounterInQuery, kIfNum,
+       outText("counterValueStr", kDecimalText).described("The counter's value as decimal text, every digit exact")}},
+     "Reads one counter of an interface as exact decimal text"},
+    {"stat-reset", HTTPD_POST, &kWrite, {open<rpcclt_openapiStatReset>, {kCounterInBody, kIfNum}},
+     "Resets one counter of an interface"},
+    {"interface-stats-buf-size", HTTPD_GET, &kRead,
+     {open<rpcclt_openapiInterfaceStatsBufSizeGet>,
+      {out("bufSize").described("The size in bytes of an interface's counter block: 8 for the count, then 8 for each "
+                                "counter")}},
+     "Reads the size of an interface's counter block"},
     custom("interface-stats", HTTPD_GET, interfaceStatsGet, kRead,
-           "Every counter of an interface as one array, in counter order; none when the switch keeps no block",
+           "Reads every counter of an interface as one array; none when the switch keeps no block",
            {kIfNum, kCounterArray}),
-    {"interface-stats-reset", HTTPD_POST, &kWrite, {open<rpcclt_openapiInterfaceStatsReset>, {kIfNum}}},
-    {"reset-all-interfaces-stats", HTTPD_POST, &kWrite, {open<rpcclt_openapiResetAllInterfacesStats>, {}}},
+    {"interface-stats-reset", HTTPD_POST, &kWrite, {open<rpcclt_openapiInterfaceStatsReset>, {kIfNum}},
+     "Resets every counter of an interface"},
+    {"reset-all-interfaces-stats", HTTPD_POST, &kWrite, {open<rpcclt_openapiResetAllInterfacesStats>, {}},
+     "Resets the counters of every interface"},
     {"interface-stats-reset-time", HTTPD_GET, &kRead,
-     {open<rpcclt_openapiInterfaceStatsResetTimeGet>, {kIfNum, out("lastResetSecs")}}},
+     {open<rpcclt_openapiInterfaceStatsResetTimeGet>,
+      {kIfNum, out("lastResetSecs").described("Seconds since the interface's counters were last reset")}},
+     "Reads how long ago an interface's counters were last reset"},
 };
 
 }  // namespace
