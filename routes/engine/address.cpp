@@ -13,8 +13,6 @@ void addressFromText(const char *text, open_inet_addr_t *addr) {
     addr->addr.ipv4 = ntohl(network);
   } else if (inet_pton(AF_INET6, text, addr->addr.ipv6) == 1) {
     addr->family = OPEN_AF_INET6;
-  } else {
-    memset(addr, 0, sizeof *addr);
   }
 }
 

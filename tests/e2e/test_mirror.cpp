@@ -177,6 +177,21 @@ TEST_F(MirrorTest, SessionDocumentReplacesTheSessionInItsOrder) {
   }
 }
 
+// A name is looked up port by port until the port it names: past it, the
+// switch is not asked again.
+TEST_F(MirrorTest, InterfaceNameSearchStopsAtThePortItNames) {
+  const struct {
+    const char *destination;
+    size_t portsAsked;
+  } cases[] = {{"1/0/3", 3}, {"1/0/28", 28}, {"1/0/29", 28}, {"2/0/1", 28}};
+  for (const auto &c : cases) {
+    SCOPED_TRACE(c.destination);
+    ctlOk({"calls", "clear"});
+    call("PUT", kSession + "3", std::string(R"({"destination":")") + c.destination + R"("})");
+    EXPECT_EQ(callsOf("openapiHashIntfUnitSlotPortGet").size(), c.portsAsked);
+  }
+}
+
 // VLAN 30 does not exist, port 24 is session 1's destination, no list is
 // named "nosuch": the first error is the answer, every later step still runs,
 // and a document without a mode disables the session.

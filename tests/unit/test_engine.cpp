@@ -5,6 +5,9 @@
 
 #include <vector>
 
+#include <cstring>
+
+#include "routes/engine/address.h"
 #include "routes/engine/engine.h"
 #include "routes/engine/walk.h"
 
@@ -65,6 +68,32 @@ TEST(WalkTest, EndsWithTheTableAtAKeyThatDoesNotAdvanceAndAtItsBound) {
     });
     EXPECT_EQ(visited, c.visited);
     EXPECT_EQ(calls, c.calls);
+  }
+}
+
+// A record that held an address before keeps nothing of it when the new
+// text is no address: a stale family or stale bytes would reach OpEN.
+TEST(AddressTest, TextThatIsNoAddressLeavesAnEmptyRecord) {
+  const struct {
+    const char *text;
+    uint32_t family;
+    const char *shown;
+  } cases[] = {{"10.1.2.3", OPEN_AF_INET, "10.1.2.3"}, {"2001:db8::1", OPEN_AF_INET6, "2001:db8::1"},
+               {"", OPEN_AF_NONE, ""},         {"10.1.2", OPEN_AF_NONE, ""},
+               {"2001:db8::1::2", OPEN_AF_NONE, ""}, {nullptr, OPEN_AF_NONE, ""}};
+  const open_inet_addr_t empty{};
+  for (const auto &c : cases) {
+    SCOPED_TRACE(c.text ? c.text : "(null)");
+    open_inet_addr_t addr;
+    memset(&addr, 0xAB, sizeof addr);
+    addressFromText(c.text, &addr);
+    EXPECT_EQ(addr.family, c.family);
+    char text[kAddressTextSize];
+    addressToText(addr, text);
+    EXPECT_STREQ(text, c.shown);
+    if (c.family == OPEN_AF_NONE) {
+      EXPECT_EQ(memcmp(&addr, &empty, sizeof addr), 0);
+    }
   }
 }
 

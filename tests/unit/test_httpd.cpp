@@ -46,6 +46,10 @@ struct DispatchCase {
 
 const std::string kLongDir = "/api/v2/monitoring/" + std::string(980, 'd');  // 999 characters
 const std::string kLongUri = kLongDir + "/abcdefghijklmnopqrstuvwxyz0123456789";
+// A route whose path is all the 1023 characters a request path keeps, and
+// the same path one character longer, which loses that character.
+const std::string kLongestRoute = "/api/v2/" + std::string(1000, 'e') + "/" + std::string(14, 'o');
+const std::string kOneTooLong = kLongestRoute + "x";
 
 class HttpdDispatchTest : public HttpdTest, public ::testing::WithParamInterface<DispatchCase> {};
 
@@ -66,6 +70,8 @@ TEST_P(HttpdDispatchTest, AnswersExactly) {
   httpdAddCContent(table, "/api/v2/monitoring/", "all", HTTPD_GET, 0, handler<9>);  // the last one's parent
   // The first 1023 characters of kLongUri, which are all that count, before the URI is split.
   httpdAddCContent(table, kLongDir.c_str(), "abcdefghijklmnopqrstuvw", HTTPD_GET, 0, handler<10>);
+  httpdAddCContent(table, kLongestRoute.substr(0, 1008).c_str(), std::string(14, 'o').c_str(), HTTPD_PUT, 0,
+                   handler<11>);
   EXPECT_EQ(dispatch(table, c.uri, c.method), c.expected);
 }
 
@@ -92,6 +98,7 @@ INSTANTIATE_TEST_SUITE_P(
         {"/top?a=b", "GET", "h7"},
         {"/api/v2/monitoring/all", "GET", kJsonHeader + "h9"}, {"/api/v2/monitoring/x/op", "GET", ""},
         {kLongUri.c_str(), "GET", kJsonHeader + "h10"}, {nullptr, "GET", ""},
+        {kLongestRoute.c_str(), "PUT", kJsonHeader + "h11"}, {kOneTooLong.c_str(), "PUT", kJsonHeader + "h11"},
         {"no-slash-here?q=1", "GET", "Invalid request path 'no-slash-here?q=1'\n"},
         {"", "GET", "Invalid request path ''\n"}}));
 
