@@ -7,14 +7,14 @@
 #include <type_traits>
 #include <vector>
 
+#include "sim/acl/model.h"
+#include "sim/lldp/model.h"
+#include "sim/mirror/model.h"
 #include "sim/model.h"
-#include "sim/model_acl.h"
-#include "sim/model_counters.h"
-#include "sim/model_lldp.h"
-#include "sim/model_mirror.h"
-#include "sim/model_sflow.h"
-#include "sim/model_snmp.h"
-#include "sim/switch.h"
+#include "sim/sflow/model.h"
+#include "sim/snmp/model.h"
+#include "sim/stats/model.h"
+#include "sim/system/model.h"
 
 class SimDevice {
  public:
