@@ -16,6 +16,14 @@
 #include "sim/stats/model.h"
 #include "sim/system/model.h"
 
+// The machine's monotonic clock, which a switch that counts traffic runs on.
+SimClock monotonicClock();
+// A clock that stands still at the monotonic clock's reading when it is
+// made: counters, reset times and sFlow time-outs then answer the same
+// whenever they are asked, so that two switches given the same calls give
+// the same answers.
+SimClock frozenClock();
+
 class SimDevice {
  public:
   SimDevice();
