@@ -22,7 +22,14 @@ bool defaultFits(SimModel &model, const char *key, const schema::Where &root) {
 
 }  // namespace
 
-SimDevice::SimDevice() : SimDevice(monotonicNanos) {}
+SimClock monotonicClock() { return monotonicNanos; }
+
+SimClock frozenClock() {
+  const int64_t start = monotonicNanos();
+  return [start] { return start; };
+}
+
+SimDevice::SimDevice() : SimDevice(monotonicClock()) {}
 
 SimDevice::SimDevice(SimClock clock) : clock_(std::move(clock)) { resetToDefault(); }
 

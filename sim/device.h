@@ -7,14 +7,22 @@
 #include <type_traits>
 #include <vector>
 
+#include "sim/acl/model.h"
+#include "sim/lldp/model.h"
+#include "sim/mirror/model.h"
 #include "sim/model.h"
-#include "sim/model_acl.h"
-#include "sim/model_counters.h"
-#include "sim/model_lldp.h"
-#include "sim/model_mirror.h"
-#include "sim/model_sflow.h"
-#include "sim/model_snmp.h"
-#include "sim/switch.h"
+#include "sim/sflow/model.h"
+#include "sim/snmp/model.h"
+#include "sim/stats/model.h"
+#include "sim/system/model.h"
+
+// The machine's monotonic clock, which a switch that counts traffic runs on.
+SimClock monotonicClock();
+// A clock that stands still at the monotonic clock's reading when it is
+// made: counters, reset times and sFlow time-outs then answer the same
+// whenever they are asked, so that two switches given the same calls give
+// the same answers.
+SimClock frozenClock();
 
 class SimDevice {
  public:

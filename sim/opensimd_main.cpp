@@ -26,10 +26,19 @@ void onStopSignal(int) {
 struct Options {
   std::string socketPath;
   std::string statePath;
+  bool frozenClock = false;
 };
 
 int usage() {
-  fprintf(stderr, "usage: opensimd [--socket PATH] [--state FILE]\n");
+  fprintf(stderr,
+          "usage: opensimd [--socket PATH] [--state FILE] [--frozen-clock]\n"
+          "  --socket PATH    the Unix socket to answer on (default: $OPEN_RPC_SOCKET, else %s)\n"
+          "  --state FILE     the switch state, loaded at start when the file exists and\n"
+          "                   written at stop and by \"opensimctl save\"\n"
+          "  --frozen-clock   the clock stands still at its start value: port counters,\n"
+          "                   reset times and sFlow receiver time-outs answer the same\n"
+          "                   whenever they are asked\n",
+          kDefaultSocket);
   return 2;
 }
 
@@ -42,6 +51,8 @@ bool parseOptions(int argc, char **argv, Options &options) {
       options.socketPath = argv[++i];
     } else if (strcmp(argv[i], "--state") == 0 && hasValue) {
       options.statePath = argv[++i];
+    } else if (strcmp(argv[i], "--frozen-clock") == 0) {
+      options.frozenClock = true;
     } else {
       fprintf(stderr, "opensimd: unexpected argument: %s\n", argv[i]);
       return false;
@@ -70,7 +81,7 @@ bool fileExists(const std::string &path) {
 int main(int argc, char **argv) {
   Options options;
   if (!parseOptions(argc, argv, options)) return usage();
-  SimDevice sw;
+  SimDevice sw(options.frozenClock ? frozenClock() : monotonicClock());
   SimDispatcher dispatcher(sw);
   std::string error;
   if (!options.statePath.empty() && fileExists(options.statePath) &&

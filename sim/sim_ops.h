@@ -1,8 +1,8 @@
 #pragma once
 // The simulated switch's side of every OpEN operation: one function per row
 // of open_ops.def, with the row's arguments after the device. Each family's
-// model file defines its operations; since the prototypes come from the
-// list, a missing or doubled definition fails the link of opensimd.
+// ops.cpp defines its operations; since the prototypes come from the list,
+// a missing or doubled definition fails the link of opensimd.
 #include <string>
 
 #include "open/openapi.h"

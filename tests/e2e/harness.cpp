@@ -146,15 +146,16 @@ void SwitchTest::SetUp() {
   adminSession_ = login("admin", "");
 }
 
-void SwitchTest::startDaemon() {
+void SwitchTest::startDaemon(const std::vector<std::string> &options) {
   std::vector<std::string> env = sanitizerEnv(root_ + "/sanitizer");
   for (char **e = environ; *e != nullptr; ++e) {
     std::string var = *e;
     if (!var.substr(0, var.find('=')).ends_with("SAN_OPTIONS")) env.push_back(var);
   }
   // Appended to, so that the log of a daemon restarted within a test keeps the first one's.
-  daemonPid_ = spawn({kBin + "/opensimd", "--socket", socket_, "--state", root_ + "/switch-state.json"}, env,
-                     "/dev/null", "/dev/null", root_ + "/opensimd.stderr", O_APPEND);
+  std::vector<std::string> argv = {kBin + "/opensimd", "--socket", socket_, "--state", root_ + "/switch-state.json"};
+  argv.insert(argv.end(), options.begin(), options.end());
+  daemonPid_ = spawn(argv, env, "/dev/null", "/dev/null", root_ + "/opensimd.stderr", O_APPEND);
   for (int i = 0; i < 500 && !socketAnswers(socket_); ++i) usleep(10000);
   ASSERT_TRUE(socketAnswers(socket_)) << "opensimd did not come up:\n" << readFile("/opensimd.stderr");
 }

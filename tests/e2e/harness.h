@@ -50,7 +50,8 @@ class SwitchTest : public ::testing::Test {
   std::vector<std::string> calls();                         // the call log, oldest first
   std::vector<std::string> callsOf(const std::string &op);  // its lines of one operation
   std::string readFile(const std::string &relative);
-  void startDaemon();
+  // `options` come after the socket and the state file, such as --frozen-clock.
+  void startDaemon(const std::vector<std::string> &options = {});
   void stopDaemon();
 
   std::string root_, socket_, adminSession_;

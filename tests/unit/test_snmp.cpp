@@ -5,9 +5,9 @@
 #include <string>
 #include <tuple>
 
-#include "sim/model_snmp.h"
-#include "sim/snmp_keys.h"
-#include "sim/snmp_mib.h"
+#include "sim/snmp/keys.h"
+#include "sim/snmp/mib.h"
+#include "sim/snmp/model.h"
 
 namespace {
 

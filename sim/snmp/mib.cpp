@@ -1,4 +1,4 @@
-#include "sim/snmp_mib.h"
+#include "sim/snmp/mib.h"
 
 #include <algorithm>
 #include <string_view>

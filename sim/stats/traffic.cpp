@@ -1,4 +1,4 @@
-#include "sim/traffic.h"
+#include "sim/stats/traffic.h"
 
 namespace {
 

@@ -6,10 +6,10 @@
 #include <map>
 
 #include "open/openapi.h"
-#include "sim/counters.h"
 #include "sim/model.h"
-#include "sim/switch.h"
-#include "sim/traffic.h"
+#include "sim/stats/counters.h"
+#include "sim/stats/traffic.h"
+#include "sim/system/model.h"
 
 class CounterModel : public SimModel {
  public:

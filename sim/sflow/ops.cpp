@@ -2,7 +2,7 @@
 #include <cstring>
 #include <string>
 
-#include "sim/model_sflow.h"
+#include "sim/sflow/model.h"
 #include "sim/sim_ops.h"
 #include "sim/device.h"
 

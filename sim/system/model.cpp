@@ -1,4 +1,4 @@
-#include "sim/switch.h"
+#include "sim/system/model.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "sim/snmp_keys.h"
+#include "sim/snmp/keys.h"
 
 #include <cstring>
 

@@ -12,7 +12,7 @@
 
 #include "open/openapi.h"
 #include "sim/model.h"
-#include "sim/switch.h"
+#include "sim/system/model.h"
 
 struct SflowReceiver {
   std::string owner;  // empty: free

@@ -1,4 +1,4 @@
-#include "sim/model_lldp.h"
+#include "sim/lldp/model.h"
 
 #include <algorithm>
 #include <iterator>

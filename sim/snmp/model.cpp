@@ -1,4 +1,4 @@
-#include "sim/model_snmp.h"
+#include "sim/snmp/model.h"
 
 #include <arpa/inet.h>
 

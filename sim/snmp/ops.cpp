@@ -3,7 +3,7 @@
 #include <string>
 
 #include "sim/sim_ops.h"
-#include "sim/model_snmp.h"
+#include "sim/snmp/model.h"
 #include "sim/device.h"
 #include "sim/walk.h"
 

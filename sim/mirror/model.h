@@ -13,7 +13,7 @@
 
 #include "open/openapi.h"
 #include "sim/model.h"
-#include "sim/switch.h"
+#include "sim/system/model.h"
 
 constexpr uint32_t kMonitorSessions = 4;
 constexpr uint32_t kMirrorBoth = 1, kMirrorRx = 2, kMirrorTx = 3;

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string>
 
-#include "sim/model_lldp.h"
+#include "sim/lldp/model.h"
 #include "sim/sim_ops.h"
 #include "sim/device.h"
 

@@ -1,4 +1,4 @@
-#include "sim/model_acl.h"
+#include "sim/acl/model.h"
 
 #include "sim/walk.h"
 

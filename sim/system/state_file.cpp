@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "sim/switch.h"
+#include "sim/system/model.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <array>
 #include <cstdint>
 
-#include "sim/counters.h"
+#include "sim/stats/counters.h"
 
 using CounterRates = std::array<double, kCounterCount>;
 

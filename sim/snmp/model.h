@@ -14,9 +14,9 @@
 
 #include "open/openapi.h"
 #include "sim/model.h"
-#include "sim/snmp_keys.h"
-#include "sim/snmp_mib.h"
-#include "sim/switch.h"
+#include "sim/snmp/keys.h"
+#include "sim/snmp/mib.h"
+#include "sim/system/model.h"
 
 // Enumerations as OpEN numbers them.
 enum : uint32_t { kSnmpAccessNone = 0, kSnmpAccessRo = 1, kSnmpAccessRw = 2, kSnmpAccessSu = 3 };

@@ -1,9 +1,9 @@
-#include "sim/model_mirror.h"
+#include "sim/mirror/model.h"
 
 #include <string_view>
 
 #include "open/wire.h"
-#include "sim/model_acl.h"
+#include "sim/acl/model.h"
 #include "sim/walk.h"
 
 uint32_t MonitorSession::sourceType() const {

@@ -1,4 +1,4 @@
-#include "sim/model_sflow.h"
+#include "sim/sflow/model.h"
 
 namespace {
 

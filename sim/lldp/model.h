@@ -12,7 +12,7 @@
 
 #include "open/openapi.h"
 #include "sim/model.h"
-#include "sim/switch.h"
+#include "sim/system/model.h"
 
 struct LldpRange {
   uint32_t low, high;
