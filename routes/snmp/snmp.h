@@ -11,7 +11,11 @@ constexpr const char *kDir = "/api/v2/monitoring/snmp";
 
 // Keys of DELETE and GET routes come from the request data (the query
 // string), found as queryParamValue finds them and read with strtoul.
-constexpr route::Family kSnmp{kDir, "snmp", &route::kRequestDataUnsigned};
+constexpr route::Family kSnmp{
+    kDir, "snmp", &route::kRequestDataUnsigned,
+    "The switch's SNMP agent: who may query it and what they see (communities, groups, views, SNMPv3 users and "
+    "engine identifiers), where its notifications go (hosts, trap managers, trap flags and filters), and the "
+    "system name, contact and location it reports. Tables are walked with their get-next routes from an empty key."};
 
 // Creates, deletes and sets write every outcome as a line.
 constexpr route::Answering kWrite{&kSnmp, route::Mapping::OpenRc, AnswerStyle::Line, AnswerStyle::Line,
