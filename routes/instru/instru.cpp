@@ -203,7 +203,7 @@ constexpr route::Route kIfaRoutes[] = {
 using Nos = Placeholder<kNos>;
 constexpr route::Route kNosRoutes[] = {
     route::custom("mac-addr", HTTPD_GET, macAddrGet, kNosRead,
-                  "Reads the switch's burned-in MAC address, as \"show version\" shows it", {kMac}),
+                  "Reads the switch's burned-in MAC address, as \"show version\" shows it", {kMac}).answers({RC_SUCCESS, RC_GENERAL_FAILED, RC_UNSUPPORTED_FEATURE}),
     Nos::get("time", "Reads the switch's current time"),
     Nos::get("chip-family-name", "Reads the name of the switch chip's family"),
     Nos::get("hw-max-ports", "Reads how many ports the switch chip has"),

@@ -61,7 +61,7 @@ int32_t localDevicesGet(Inputs &, Output &out) {
 
 constexpr Route kLocalDeviceRoutes[] = {
     custom("local-device", HTTPD_GET, localDevicesGet, kPageRead,
-           "Lists the port ID and description the switch advertises on each physical port", {kLocalDevices}),
+           "Lists the port ID and description the switch advertises on each physical port", {kLocalDevices}).answers({RC_SUCCESS}),
     {"intf-local-device-chassis-id", HTTPD_GET, &kDeviceRead,
      {open<rpcclt_openapiLldpIntfLocalDeviceChassisIdGet>,
       {kIfNum, out("chassisIdSubtype").described(kChassisIdSubtypeText),

@@ -155,7 +155,7 @@ constexpr const char *kPowerPriorityText = "The power priority: 1 unknown, 2 cri
 constexpr Route kRemoteDeviceRoutes[] = {
     custom("remote-device", HTTPD_GET, remoteDevicesGet, kPageRead,
            "Lists every neighbour: chassis and port IDs, system name, first organisational TLV",
-           {kRemoteDevices}),
+           {kRemoteDevices}).answers({RC_SUCCESS}),
     {"remote-intf-first", HTTPD_GET, &kDeviceRead,
      {open<rpcclt_openapiLldpRemoteIntfFirstGet>,
       {out("ifNum").described("The first port that hears a neighbour, as the switch numbers it internally")}},

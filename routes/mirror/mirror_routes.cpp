@@ -384,10 +384,12 @@ constexpr Route kMirrorRoutes[] = {
      {open<rpcclt_openapiSwMonitorIpAclGet>,
       {kSession, outCustom("ip-acl-id", ArgKind::IntPointer, showIpAcl).made(kIpAclParts)}},
      "Reads the IP access list that filters a monitor session's copies, by number and name"},
-    {"sw-monitor-ip-acl", HTTPD_PUT, &kWrite,
-     {open<rpcclt_openapiSwMonitorIpAclSet>,
-      {kSessionInBody, customInput(ArgKind::IntValue, readIpAclToAttach).made(kIpAclInputs), constant(kAttach)}},
-     "Sets the IP access list, by number or name, that filters a monitor session's copies"},
+    // A list named by a name that no list has is refused before the call.
+    Route{"sw-monitor-ip-acl", HTTPD_PUT, &kWrite,
+          {open<rpcclt_openapiSwMonitorIpAclSet>,
+           {kSessionInBody, customInput(ArgKind::IntValue, readIpAclToAttach).made(kIpAclInputs), constant(kAttach)}},
+          "Sets the IP access list, by number or name, that filters a monitor session's copies"}
+        .answers({RC_OBJECT_NOT_EXIST}),
     {"sw-monitor-mac-acl", HTTPD_GET, &kRead,
      {open<rpcclt_openapiSwMonitorMacAclGet>, {kSession, outText("mac-acl", kAclNameText)}},
      "Reads the name of the MAC access list that filters a monitor session's copies"},
@@ -403,7 +405,7 @@ constexpr Route kMirrorRoutes[] = {
     {"remote-span-vlan", HTTPD_GET, &kRead, {open<rpcclt_openapiRemoteSpanVlanGet>, {out("rspan-vlan")}},
      "Reads the switch's first remote-span VLAN"},
     custom("remote-span-vlan", HTTPD_PUT, rspanVlansSet, kVlanRangesWrite,
-           "Makes the VLANs of a list such as \"10,20-22\" remote-span VLANs", {kVlanList}),
+           "Makes the VLANs of a list such as \"10,20-22\" remote-span VLANs", {kVlanList}).answers({RC_SUCCESS, RC_INVALID_ARGUMENT}),
     {"remote-span-vlan-next", HTTPD_GET, &kRead,
      {open<rpcclt_openapiRemoteSpanVlanNextGet>,
       {query("rspanVlan")

@@ -314,10 +314,11 @@ constexpr Answering kDocumentWrite{&kSessionDocument, Mapping::OpenRc, AnswerSty
 constexpr Route kSessionRoutes[] = {
     custom("config", HTTPD_GET, sessionConfigGet, kDocumentRead,
            "Reads a monitor session as one document: mode, destination, sources and ACL filter",
-           {kSessionId, kSessionShown, kModeShown, kDestinationShown, kSourcesShown, kFilterShown}),
+           {kSessionId, kSessionShown, kModeShown, kDestinationShown, kSourcesShown, kFilterShown}).answers({RC_SUCCESS}),
     custom("config", HTTPD_PUT, sessionConfigPut, kDocumentWrite,
            "Replaces a monitor session's whole configuration with a document like the one GET reads",
-           {kSessionId, kModeRead, kDestinationRead, kSourcesRead, kFilterRead}),
+           {kSessionId, kModeRead, kDestinationRead, kSourcesRead, kFilterRead}).answers({RC_SUCCESS, RC_GENERAL_FAILED, RC_INVALID_ARGUMENT, RC_OBJECT_EXIST, RC_OBJECT_NOT_EXIST,
+                      RC_API_NOT_FOUND, RC_UNSUPPORTED_FEATURE}),
 };
 
 }  // namespace

@@ -99,7 +99,7 @@ constexpr Route kStatsRoutes[] = {
      "Reads the size of an interface's counter block"},
     custom("interface-stats", HTTPD_GET, interfaceStatsGet, kRead,
            "Reads every counter of an interface as one array; none when the switch keeps no block",
-           {kIfNum, kCounterArray}),
+           {kIfNum, kCounterArray}).answers({RC_SUCCESS, RC_GENERAL_FAILED, RC_INVALID_ARGUMENT, RC_OBJECT_EXIST, RC_API_NOT_FOUND, RC_UNSUPPORTED_FEATURE}),
     {"interface-stats-reset", HTTPD_POST, &kWrite, {open<rpcclt_openapiInterfaceStatsReset>, {kIfNum}},
      "Resets every counter of an interface"},
     {"reset-all-interfaces-stats", HTTPD_POST, &kWrite, {open<rpcclt_openapiResetAllInterfacesStats>, {}},

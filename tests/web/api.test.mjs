@@ -47,7 +47,7 @@ test('the document lists the 366 routes, each taking Refresh and answering the e
     || !op.parameters?.some((p) => p.$ref === '#/components/parameters/Refresh'));
   assert.deepEqual(incomplete.map((o) => `${o.method} ${o.path}`), []);
   const put = doc.paths['/api/v2/monitoring/snmp/sys-location'].put;
-  assert.deepEqual([put.summary, put.requestBody.required], ['Set SNMP system location', true]);
+  assert.deepEqual([put.summary, put.requestBody.required], ['Sets the system location (sysLocation)', true]);
 });
 
 // The request an outside client would build from the document alone.
