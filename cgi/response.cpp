@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "log/log.h"
-#include "tools/raii.h"
+#include "open/raii.h"
 
 namespace {
 

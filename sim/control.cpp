@@ -11,7 +11,7 @@
 
 #include "open/wire.h"
 #include "sim/device.h"
-#include "tools/raii.h"
+#include "open/raii.h"
 
 namespace {
 

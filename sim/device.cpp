@@ -2,7 +2,7 @@
 
 #include <time.h>
 
-#include "tools/raii.h"
+#include "open/raii.h"
 
 namespace {
 

@@ -12,7 +12,7 @@
 
 #include "open/wire.h"
 #include "sim/control.h"
-#include "tools/raii.h"
+#include "open/raii.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <limits>
 
 #include "open/wire.h"
-#include "tools/raii.h"
+#include "open/raii.h"
 
 namespace schema {
 

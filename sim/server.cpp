@@ -13,7 +13,7 @@
 
 #include "open/wire.h"
 #include "sim/control.h"
-#include "tools/raii.h"
+#include "open/raii.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "open/openapi.h"
-#include "tools/raii.h"
+#include "open/raii.h"
 
 namespace route {
 

@@ -12,7 +12,7 @@
 #include "routes/instru/cli_show.h"
 #include "open/startup.h"
 #include "log/paths.h"
-#include "tools/raii.h"
+#include "open/raii.h"
 
 namespace {
 

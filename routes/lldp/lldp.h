@@ -10,7 +10,7 @@
 #include "routes/engine/engine.h"
 #include "routes/engine/walk.h"
 #include "open/startup.h"
-#include "tools/raii.h"
+#include "open/raii.h"
 
 namespace lldp {
 
@@ -146,10 +146,9 @@ int swapiIfFirstGet(openapiClientHandle_t *client, uint32_t type, uint32_t *ifNu
 // the bounds of route::walkAscending.
 template <typename Visit>
 void forEachPhysicalInterface(Visit visit) {
-  constexpr uint32_t kPhysical = 0;
   route::walkAscending(
-      route::kMaxInterfaces, [](uint32_t *ifNum) { return swapiIfFirstGet(&clientHandle, kPhysical, ifNum); },
-      [](uint32_t ifNum, uint32_t *next) { return openapiIfNextGet(&clientHandle, kPhysical, ifNum, next); },
+      route::kMaxInterfaces, [](uint32_t *ifNum) { return swapiIfFirstGet(&clientHandle, OPEN_INTF_TYPE_PHY, ifNum); },
+      [](uint32_t ifNum, uint32_t *next) { return openapiIfNextGet(&clientHandle, OPEN_INTF_TYPE_PHY, ifNum, next); },
       [&](uint32_t ifNum) {
         visit(ifNum);
         return true;

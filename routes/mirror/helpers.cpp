@@ -16,8 +16,6 @@ namespace mirror {
 
 namespace {
 
-constexpr uint32_t kPhysical = 0, kCpu = 1, kLag = 2;
-constexpr uint32_t kIpAclType = 1;
 
 uint32_t firstOfType(uint32_t type) {
   uint32_t ifNum = 0;
@@ -36,14 +34,14 @@ void forEachInterfaceOf(uint32_t type, Visit visit) {
 uint32_t lagByNumber(const char *digits) {
   int n = 0;
   if (sscanf(digits, "%d", &n) != 1 || n < 1) return 0;
-  uint32_t first = firstOfType(kLag);
+  uint32_t first = firstOfType(OPEN_INTF_TYPE_LAG);
   return first != 0 ? first + static_cast<uint32_t>(n) - 1 : 0;
 }
 
 // Walks the physical ports for the one at unit/slot/port.
 uint32_t portAt(int unit, int slot, int port) {
   uint32_t found = 0;
-  forEachInterfaceOf(kPhysical, [&](uint32_t ifNum) {
+  forEachInterfaceOf(OPEN_INTF_TYPE_PHY, [&](uint32_t ifNum) {
     uint32_t u = 0, s = 0, p = 0;
     if (ifNum != 0 && rpcclt_openapiHashIntfUnitSlotPortGet(&clientHandle, ifNum, &u, &s, &p) == OPEN_E_NONE &&
         static_cast<int>(u) == unit && static_cast<int>(s) == slot && static_cast<int>(p) == port) {
@@ -57,7 +55,7 @@ uint32_t portAt(int unit, int slot, int port) {
 // The LAG's position counted from 1 in the switch's LAG order, or 0.
 int lagPosition(uint32_t ifNum) {
   int position = 0, counted = 0;
-  forEachInterfaceOf(kLag, [&](uint32_t lag) {
+  forEachInterfaceOf(OPEN_INTF_TYPE_LAG, [&](uint32_t lag) {
     ++counted;
     if (lag == ifNum) position = counted;
     return lag != 0 && position == 0;
@@ -68,8 +66,8 @@ int lagPosition(uint32_t ifNum) {
 bool ipAclListed(uint32_t aclId) {
   bool listed = false;
   route::walkAscending(
-      route::kMaxAccessLists, [](uint32_t *id) { return rpcclt_openapiAclGetFirst(&clientHandle, kIpAclType, id); },
-      [](uint32_t id, uint32_t *next) { return rpcclt_openapiAclGetNext(&clientHandle, kIpAclType, id, next); },
+      route::kMaxAccessLists, [](uint32_t *id) { return rpcclt_openapiAclGetFirst(&clientHandle, OPEN_ACL_TYPE_IP, id); },
+      [](uint32_t id, uint32_t *next) { return rpcclt_openapiAclGetNext(&clientHandle, OPEN_ACL_TYPE_IP, id, next); },
       [&](uint32_t id) {
         listed = id == aclId;
         return !listed;
@@ -81,7 +79,7 @@ bool ipAclListed(uint32_t aclId) {
 
 uint32_t intfNameToIfNum(const char *name) {
   if (name == nullptr) return 0;
-  if (strcasecmp(name, "cpu") == 0) return firstOfType(kCpu);
+  if (strcasecmp(name, "cpu") == 0) return firstOfType(OPEN_INTF_TYPE_CPU);
   if (strncasecmp(name, "lag", 3) == 0) return lagByNumber(name + 3);
   int unit = 0, slot = 0, port = 0;
   if (sscanf(name, "%d/%d/%d", &unit, &slot, &port) >= 2) return portAt(unit, slot, port);
@@ -91,7 +89,7 @@ uint32_t intfNameToIfNum(const char *name) {
 void ifNumToIntfName(uint32_t ifNum, char (&name)[64]) {
   name[0] = '\0';
   if (ifNum == 0) return;
-  if (firstOfType(kCpu) == ifNum) {
+  if (firstOfType(OPEN_INTF_TYPE_CPU) == ifNum) {
     snprintf(name, sizeof name, "cpu");
     return;
   }
@@ -120,7 +118,7 @@ int32_t ipAclIdByName(const char *name, uint32_t *aclId) {
   char text[256] = {0};
   strncpy(text, name, sizeof text - 1);
   open_buffdesc desc{static_cast<uint32_t>(strlen(text) + 1), text};
-  if (rpcclt_openapiAclGet(&clientHandle, kIpAclType, &desc, aclId) == OPEN_E_NONE) {
+  if (rpcclt_openapiAclGet(&clientHandle, OPEN_ACL_TYPE_IP, &desc, aclId) == OPEN_E_NONE) {
     return *aclId != 0 ? RC_SUCCESS : RC_OBJECT_NOT_EXIST;
   }
   char *end = nullptr;

@@ -10,7 +10,7 @@
 
 #include "routes/engine/engine.h"
 #include "routes/engine/walk.h"
-#include "tools/raii.h"
+#include "open/raii.h"
 
 namespace mirror {
 

@@ -6,7 +6,7 @@
 #include "routes/engine/engine.h"
 #include "routes/families.h"
 #include "open/startup.h"
-#include "tools/raii.h"
+#include "open/raii.h"
 
 namespace {
 

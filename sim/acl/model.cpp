@@ -11,8 +11,8 @@ void AclModel::resetToDefault() {
 }
 
 const std::map<uint32_t, std::string> *AclModel::ofType(uint32_t type) const {
-  if (type == kAclIp) return &acls_.ip;
-  return type == kAclMac ? &acls_.mac : nullptr;
+  if (type == OPEN_ACL_TYPE_IP) return &acls_.ip;
+  return type == OPEN_ACL_TYPE_MAC ? &acls_.mac : nullptr;
 }
 
 open_error_t AclModel::first(uint32_t type, uint32_t *id) const { return next(type, 0, id); }
@@ -51,7 +51,7 @@ open_error_t AclModel::byName(uint32_t type, const std::string &name, uint32_t *
 
 bool AclModel::macAclExists(const std::string &name) const {
   uint32_t id = 0;
-  return byName(kAclMac, name, &id) == OPEN_E_NONE;
+  return byName(OPEN_ACL_TYPE_MAC, name, &id) == OPEN_E_NONE;
 }
 
 namespace {

@@ -11,7 +11,6 @@
 #include "sim/model.h"
 
 // ACL types as OpEN numbers them.
-constexpr uint32_t kAclIp = 1, kAclMac = 2;
 constexpr uint32_t kMaxIpAcl = 199, kFirstMacAclId = 1001;
 
 struct AclState {

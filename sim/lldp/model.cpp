@@ -341,7 +341,7 @@ bool LldpAgent::fromJson(const cJSON *json, const schema::Where &where) {
   size_t index = 0;
   for (const auto &[ifNum, port] : state_.ports) {
     const SimSwitch::Interface *intf = system_.findInterface(ifNum);
-    if (intf == nullptr || intf->type != kIntfPhysical) {
+    if (intf == nullptr || intf->type != OPEN_INTF_TYPE_PHY) {
       return where.member("ports").element(index).member("ifNum").fail(std::to_string(ifNum) +
                                                                         " is not a physical port");
     }

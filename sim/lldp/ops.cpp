@@ -25,14 +25,14 @@ constexpr uint32_t kMaxLocationSubtype = 3;     // ELIN
 open_error_t lldpPort(const SimDevice &dev, uint32_t ifNum) {
   const SimSwitch::Interface *intf = dev.system().findInterface(ifNum);
   if (intf == nullptr) return OPEN_E_PARAM;
-  if (intf->type == kIntfLag) return OPEN_E_UNAVAIL;
-  return intf->type == kIntfPhysical ? OPEN_E_NONE : OPEN_E_PARAM;
+  if (intf->type == OPEN_INTF_TYPE_LAG) return OPEN_E_UNAVAIL;
+  return intf->type == OPEN_INTF_TYPE_PHY ? OPEN_E_NONE : OPEN_E_PARAM;
 }
 
 // Neighbours are known on a port whose link is up and that receives LLDP.
 bool hearsNeighbours(SimDevice &dev, uint32_t ifNum) {
   const SimSwitch::Interface *intf = dev.system().findInterface(ifNum);
-  return intf != nullptr && intf->type == kIntfPhysical && intf->linkUp && intf->adminEnabled &&
+  return intf != nullptr && intf->type == OPEN_INTF_TYPE_PHY && intf->linkUp && intf->adminEnabled &&
          dev.lldp().portOrDefault(ifNum).receive == 1;
 }
 
@@ -293,7 +293,7 @@ open_error_t openapiLldpMedIntfTransmitTlvSet(SimDevice &dev, uint32_t ifNum, ui
 }
 
 open_error_t openapiLldpIntfNextGet(SimDevice &dev, uint32_t ifNum, uint32_t *nextIfNum) {
-  return dev.system().nextInterface(kIntfPhysical, ifNum, nextIfNum);
+  return dev.system().nextInterface(OPEN_INTF_TYPE_PHY, ifNum, nextIfNum);
 }
 
 // ---- Neighbours ----

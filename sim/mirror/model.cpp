@@ -7,14 +7,14 @@
 #include "sim/walk.h"
 
 uint32_t MonitorSession::sourceType() const {
-  if (!sourcePorts.empty()) return kSourcePorts;
-  if (!sourceVlans.empty()) return kSourceVlans;
-  return remoteSourceVlan != 0 ? kSourceRemoteVlan : kSourceNone;
+  if (!sourcePorts.empty()) return OPEN_MIRROR_SOURCE_PORTS;
+  if (!sourceVlans.empty()) return OPEN_MIRROR_SOURCE_VLANS;
+  return remoteSourceVlan != 0 ? OPEN_MIRROR_SOURCE_REMOTE_VLAN : OPEN_MIRROR_SOURCE_NONE;
 }
 
 uint32_t MonitorSession::destType() const {
-  if (destination != 0) return kDestPort;
-  return remoteDestVlan != 0 ? kDestRemoteVlan : kDestNone;
+  if (destination != 0) return OPEN_MIRROR_DEST_PORT;
+  return remoteDestVlan != 0 ? OPEN_MIRROR_DEST_REMOTE_VLAN : OPEN_MIRROR_DEST_NONE;
 }
 
 // The switch as it leaves the test bench: session 1 prepared to copy the
@@ -22,7 +22,7 @@ uint32_t MonitorSession::destType() const {
 void MirrorModel::resetToDefault() {
   state_ = MirrorState{};
   MonitorSession &first = state_.sessions[0];
-  first.sourcePorts = {{1, kMirrorBoth}, {2, kMirrorRx}};
+  first.sourcePorts = {{1, OPEN_MIRROR_BIDIRECTIONAL}, {2, OPEN_MIRROR_INGRESS}};
   first.destination = 24;
 }
 
@@ -53,12 +53,12 @@ bool MirrorModel::isSourceVlan(uint32_t vlan) const {
 
 bool MirrorModel::mayBeSource(uint32_t ifNum) const {
   const SimSwitch::Interface *intf = system_.findInterface(ifNum);
-  return intf != nullptr && (intf->type == kIntfPhysical || intf->type == kIntfLag || intf->type == kIntfCpu);
+  return intf != nullptr && (intf->type == OPEN_INTF_TYPE_PHY || intf->type == OPEN_INTF_TYPE_LAG || intf->type == OPEN_INTF_TYPE_CPU);
 }
 
 bool MirrorModel::isPhysical(uint32_t ifNum) const {
   const SimSwitch::Interface *intf = system_.findInterface(ifNum);
-  return intf != nullptr && intf->type == kIntfPhysical;
+  return intf != nullptr && intf->type == OPEN_INTF_TYPE_PHY;
 }
 
 bool MirrorModel::validSource(uint32_t ifNum) const { return mayBeSource(ifNum) && destSessionOf(ifNum) == 0; }
@@ -84,7 +84,7 @@ open_error_t MirrorModel::nextValidDestination(uint32_t after, uint32_t *ifNum) 
 // A port mirrors into one session only; a session mirrors ports or VLANs.
 open_error_t MirrorModel::addSourcePort(uint32_t number, uint32_t ifNum, uint32_t direction) {
   MonitorSession *s = session(number);
-  if (s == nullptr || !validSource(ifNum) || direction < kMirrorBoth || direction > kMirrorTx ||
+  if (s == nullptr || !validSource(ifNum) || direction < OPEN_MIRROR_BIDIRECTIONAL || direction > OPEN_MIRROR_EGRESS ||
       !s->sourceVlans.empty() || s->reflectorPort == ifNum) {
     return OPEN_E_PARAM;
   }
@@ -206,7 +206,7 @@ const schema::Record<MonitorSession> kSessionFields = {
     {"enabled", &MonitorSession::enabled, schema::Boolean{}},
     {"sourcePorts", &MonitorSession::sourcePorts,
      schema::Keyed<uint32_t, uint32_t>(schema::named<uint32_t>("intIfNum", Integer(kAnyIfNum)),
-                                       schema::named<uint32_t>("direction", Integer({kMirrorBoth, kMirrorTx})),
+                                       schema::named<uint32_t>("direction", Integer({OPEN_MIRROR_BIDIRECTIONAL, OPEN_MIRROR_EGRESS})),
                                        "source ports")},
     {"sourceVlans", &MonitorSession::sourceVlans, schema::List<Integer>(Integer({1, kMaxMirrorVlan}), "VLAN ids")},
     {"destination", &MonitorSession::destination, Integer(Range{0, UINT32_MAX})},

@@ -16,12 +16,8 @@
 #include "sim/system/model.h"
 
 constexpr uint32_t kMonitorSessions = 4;
-constexpr uint32_t kMirrorBoth = 1, kMirrorRx = 2, kMirrorTx = 3;
 constexpr uint32_t kMaxMirrorVlan = 4093;
 
-// What a session takes its frames from and sends them to, as OpEN numbers it.
-enum MonitorSourceType : uint32_t { kSourceNone = 0, kSourcePorts = 1, kSourceVlans = 2, kSourceRemoteVlan = 3 };
-enum MonitorDestType : uint32_t { kDestNone = 0, kDestPort = 1, kDestRemoteVlan = 2 };
 
 struct MonitorSession {
   bool enabled = false;

@@ -262,7 +262,7 @@ open_error_t openapiHashIntfUnitSlotPortGet(SimDevice &dev, uint32_t intIfNum, u
                                             uint32_t *port) {
   const SimSwitch::Interface *intf = dev.system().findInterface(intIfNum);
   unsigned u = 0, s = 0, p = 0;
-  if (intf == nullptr || intf->type != kIntfPhysical || sscanf(intf->name.c_str(), "%u/%u/%u", &u, &s, &p) != 3) {
+  if (intf == nullptr || intf->type != OPEN_INTF_TYPE_PHY || sscanf(intf->name.c_str(), "%u/%u/%u", &u, &s, &p) != 3) {
     return OPEN_E_PARAM;
   }
   *unit = u;

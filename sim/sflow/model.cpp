@@ -173,7 +173,7 @@ bool checkBindings(const Table &table, const SflowAgent &agent, const SimSwitch 
   size_t index = 0;
   for (const auto &[key, entry] : table) {
     const SimSwitch::Interface *intf = system.findInterface(key.first);
-    if (intf == nullptr || intf->type != kIntfPhysical) {
+    if (intf == nullptr || intf->type != OPEN_INTF_TYPE_PHY) {
       return where.element(index).member("ifNum").fail(std::to_string(key.first) + " is not a physical port");
     }
     if (agent.checkReceiverBinding(entry.receiver) != OPEN_E_NONE) {

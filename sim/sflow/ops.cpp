@@ -16,14 +16,14 @@ SflowAgent &agentOf(SimDevice &dev) {
 
 bool isPhysicalPort(const SimDevice &dev, uint32_t ifNum) {
   const SimSwitch::Interface *intf = dev.system().findInterface(ifNum);
-  return intf != nullptr && intf->type == kIntfPhysical;
+  return intf != nullptr && intf->type == OPEN_INTF_TYPE_PHY;
 }
 
 // The agent's source is any interface but the CPU; 0 lets the agent choose.
 open_error_t checkSourceInterface(const SimDevice &dev, uint32_t ifNum) {
   if (ifNum == 0) return OPEN_E_NONE;
   const SimSwitch::Interface *intf = dev.system().findInterface(ifNum);
-  return intf != nullptr && intf->type != kIntfCpu ? OPEN_E_NONE : OPEN_E_PARAM;
+  return intf != nullptr && intf->type != OPEN_INTF_TYPE_CPU ? OPEN_E_NONE : OPEN_E_PARAM;
 }
 
 bool validInstance(uint32_t instance) { return instance >= kSflowMinInstance && instance <= kSflowMaxInstance; }

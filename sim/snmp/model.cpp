@@ -17,8 +17,8 @@ constexpr uint8_t kEngineIdFormatMac = 3;
 // A walk's key carries at most 32 hexadecimal digits of engine identifier.
 constexpr size_t kWalkKeyEngineBytes = 16;
 
-constexpr uint32_t kDefaultTrapFlags = kSnmpTrapAuthentication | kSnmpTrapLinkUpDown | kSnmpTrapMultipleUsers |
-                                       kSnmpTrapSpanningTree | kSnmpTrapFanAndPower | kSnmpTrapTemperature;
+constexpr uint32_t kDefaultTrapFlags = OPEN_SNMP_TRAP_AUTHENTICATION | OPEN_SNMP_TRAP_LINK_UP_DOWN | OPEN_SNMP_TRAP_MULTIPLE_USERS |
+                                       OPEN_SNMP_TRAP_SPANNING_TREE | OPEN_SNMP_TRAP_FAN_AND_POWER | OPEN_SNMP_TRAP_TEMPERATURE;
 
 struct DefaultGroup {
   const char *name, *readView, *writeView, *notifyView;
@@ -35,11 +35,11 @@ struct DefaultTree {
 };
 // Everything but the agent's own security tables, or everything.
 const DefaultTree kDefaultViews[] = {
-    {"Default", "1", kSnmpIncluded},
-    {"Default", "1.3.6.1.6.3.15", kSnmpExcluded},
-    {"Default", "1.3.6.1.6.3.16", kSnmpExcluded},
-    {"Default", "1.3.6.1.6.3.18", kSnmpExcluded},
-    {"DefaultSuper", "1", kSnmpIncluded},
+    {"Default", "1", OPEN_SNMP_VIEW_TYPE_INCLUDED},
+    {"Default", "1.3.6.1.6.3.15", OPEN_SNMP_VIEW_TYPE_EXCLUDED},
+    {"Default", "1.3.6.1.6.3.16", OPEN_SNMP_VIEW_TYPE_EXCLUDED},
+    {"Default", "1.3.6.1.6.3.18", OPEN_SNMP_VIEW_TYPE_EXCLUDED},
+    {"DefaultSuper", "1", OPEN_SNMP_VIEW_TYPE_INCLUDED},
 };
 
 bool validName(const std::string &name, size_t maxLength) { return !name.empty() && name.size() <= maxLength; }
@@ -48,7 +48,7 @@ bool inRange(uint32_t value, uint32_t low, uint32_t high) { return value >= low 
 // A community without a view of its own sees the default view of its access.
 std::string viewOrDefault(const std::string &view, uint32_t access) {
   if (!view.empty()) return view;
-  return access == kSnmpAccessSu ? "DefaultSuper" : "Default";
+  return access == OPEN_SNMP_COMMUNITY_ACCESS_SU ? "DefaultSuper" : "Default";
 }
 
 bool contiguousMask(const SnmpAddress &mask) {
@@ -66,7 +66,7 @@ bool hasTree(const SnmpTreeTable &table, const std::string &name) {
 
 // SNMPv1 and SNMPv2c carry no authentication or privacy.
 bool levelFitsModel(uint32_t model, uint32_t level) {
-  return inRange(level, kSnmpNoAuthNoPriv, kSnmpAuthPriv) && (model == kSnmpModelUsm || level == kSnmpNoAuthNoPriv);
+  return inRange(level, OPEN_SNMP_SECURITY_LEVEL_NOAUTHNOPRIV, OPEN_SNMP_SECURITY_LEVEL_AUTHPRIV) && (model == OPEN_SNMP_SECURITY_MODEL_USM || level == OPEN_SNMP_SECURITY_LEVEL_NOAUTHNOPRIV);
 }
 
 bool validEngineId(const SnmpBytes &id) {
@@ -88,9 +88,9 @@ bool validHostName(const std::string &host) {
 
 bool hashOf(uint32_t authProto, SnmpHash *hash) {
   switch (authProto) {
-    case kSnmpAuthSha: *hash = SnmpHash::Sha1; return true;
-    case kSnmpAuthMd5: *hash = SnmpHash::Md5; return true;
-    case kSnmpAuthSha512: *hash = SnmpHash::Sha512; return true;
+    case OPEN_SNMP_AUTH_PROTOCOL_SHA: *hash = SnmpHash::Sha1; return true;
+    case OPEN_SNMP_AUTH_PROTOCOL_MD5: *hash = SnmpHash::Md5; return true;
+    case OPEN_SNMP_AUTH_PROTOCOL_SHA512: *hash = SnmpHash::Sha512; return true;
     default: return false;
   }
 }
@@ -98,11 +98,11 @@ bool hashOf(uint32_t authProto, SnmpHash *hash) {
 // Key and pre-IV material each cipher takes from the privacy key.
 size_t privKeyLength(uint32_t privProto) {
   switch (privProto) {
-    case kSnmpPrivDes:
-    case kSnmpAes128: return 16;
-    case kSnmpAes192: return 24;
-    case kSnmp3Des:
-    case kSnmpAes256: return 32;
+    case OPEN_SNMP_PRIV_PROTOCOL_DES:
+    case OPEN_SNMP_PRIV_PROTOCOL_AES128: return 16;
+    case OPEN_SNMP_PRIV_PROTOCOL_AES192: return 24;
+    case OPEN_SNMP_PRIV_PROTOCOL_3DES:
+    case OPEN_SNMP_PRIV_PROTOCOL_AES256: return 32;
     default: return 0;
   }
 }
@@ -195,11 +195,11 @@ void SnmpAgent::resetToDefault() {
   snprintf(suffix, sizeof suffix, "%02X%02X%02X", baseMac[3], baseMac[4], baseMac[5]);
   state_.sysName = machineModel + "-" + suffix;
   state_.trapFlags = kDefaultTrapFlags;
-  state_.communities["public"] = {kSnmpAccessRo, "Default", {}, ""};
-  state_.communities["private"] = {kSnmpAccessRw, "Default", {}, ""};
+  state_.communities["public"] = {OPEN_SNMP_COMMUNITY_ACCESS_RO, "Default", {}, ""};
+  state_.communities["private"] = {OPEN_SNMP_COMMUNITY_ACCESS_RW, "Default", {}, ""};
   for (const DefaultGroup &g : kDefaultGroups) {
-    for (uint32_t model : {kSnmpModelV1, kSnmpModelV2c, kSnmpModelUsm}) {
-      state_.groups[{g.name, "", model, kSnmpNoAuthNoPriv}] = {g.readView, g.writeView, g.notifyView};
+    for (uint32_t model : {OPEN_SNMP_SECURITY_MODEL_SNMPV1, OPEN_SNMP_SECURITY_MODEL_SNMPV2C, OPEN_SNMP_SECURITY_MODEL_USM}) {
+      state_.groups[{g.name, "", model, OPEN_SNMP_SECURITY_LEVEL_NOAUTHNOPRIV}] = {g.readView, g.writeView, g.notifyView};
     }
   }
   for (const DefaultTree &v : kDefaultViews) {
@@ -213,7 +213,7 @@ open_error_t SnmpAgent::createCommunity(const std::string &name, const SnmpCommu
   if (!validName(name, kSnmpCommunityMaxLen) || community.view.size() > kSnmpNameMaxLen) return OPEN_E_PARAM;
   SnmpCommunity entry = community;
   if (entry.group.empty()) {
-    if (!inRange(entry.access, kSnmpAccessRo, kSnmpAccessSu)) return OPEN_E_PARAM;
+    if (!inRange(entry.access, OPEN_SNMP_COMMUNITY_ACCESS_RO, OPEN_SNMP_COMMUNITY_ACCESS_SU)) return OPEN_E_PARAM;
     entry.view = viewOrDefault(entry.view, entry.access);
   } else if (!hasGroup(state_, entry.group)) {
     return OPEN_E_PARAM;
@@ -223,7 +223,7 @@ open_error_t SnmpAgent::createCommunity(const std::string &name, const SnmpCommu
 
 open_error_t SnmpAgent::createCommunityAddr(const std::string &name, const SnmpCommunityAddr &entry) {
   if (!validName(name, kSnmpCommunityMaxLen) || entry.view.size() > kSnmpNameMaxLen ||
-      !inRange(entry.access, kSnmpAccessRo, kSnmpAccessSu) || entry.ipv6PrefixLen > 128) {
+      !inRange(entry.access, OPEN_SNMP_COMMUNITY_ACCESS_RO, OPEN_SNMP_COMMUNITY_ACCESS_SU) || entry.ipv6PrefixLen > 128) {
     return OPEN_E_PARAM;
   }
   // An IPv4 manager's mask is an IPv4 netmask; IPv6 managers use the prefix length.
@@ -238,7 +238,7 @@ open_error_t SnmpAgent::createCommunityAddr(const std::string &name, const SnmpC
 
 open_error_t SnmpAgent::createGroup(const SnmpGroupKey &key, const SnmpGroup &group) {
   if (!validName(key.name, kSnmpNameMaxLen) || key.contextPrefix.size() > kSnmpNameMaxLen ||
-      !inRange(key.model, kSnmpModelV1, kSnmpModelUsm) || !levelFitsModel(key.model, key.level)) {
+      !inRange(key.model, OPEN_SNMP_SECURITY_MODEL_SNMPV1, OPEN_SNMP_SECURITY_MODEL_USM) || !levelFitsModel(key.model, key.level)) {
     return OPEN_E_PARAM;
   }
   for (const std::string *view : {&group.readView, &group.writeView, &group.notifyView}) {
@@ -252,8 +252,8 @@ open_error_t SnmpAgent::deleteGroup(const SnmpGroupKey &key) {
 }
 
 SnmpTreeTable *SnmpAgent::trees(uint32_t treeType) {
-  if (treeType == kSnmpViewTree) return &state_.views;
-  if (treeType == kSnmpFilterTree) return &state_.filters;
+  if (treeType == OPEN_SNMP_VIEW_TREE) return &state_.views;
+  if (treeType == OPEN_SNMP_FILTER_TREE) return &state_.filters;
   return nullptr;
 }
 
@@ -265,7 +265,7 @@ open_error_t SnmpAgent::treeKey(const std::string &name, const std::string &oidT
 
 open_error_t SnmpAgent::createTree(uint32_t treeType, const SnmpTreeKey &key, uint32_t type) {
   SnmpTreeTable *table = trees(treeType);
-  if (table == nullptr || !inRange(type, kSnmpIncluded, kSnmpExcluded)) return OPEN_E_PARAM;
+  if (table == nullptr || !inRange(type, OPEN_SNMP_VIEW_TYPE_INCLUDED, OPEN_SNMP_VIEW_TYPE_EXCLUDED)) return OPEN_E_PARAM;
   // A subtree must also read back within the walk's 128 characters.
   if (snmpOidDotted(key.subtree).size() > kSnmpOidTextMaxLen) return OPEN_E_PARAM;
   return table->emplace(key, type).second ? OPEN_E_NONE : OPEN_E_EXISTS;
@@ -310,21 +310,21 @@ open_error_t SnmpAgent::secretKey(uint32_t authProto, const std::string &passwor
 open_error_t SnmpAgent::createUser(const SnmpUserRequest &request, const SnmpBytes &engineId,
                                    const std::string &remoteAddress) {
   if (!validName(request.name, kSnmpNameMaxLen) || !hasGroup(state_, request.group) ||
-      request.authProto > kSnmpAuthSha512 || request.privProto > kSnmpAes256 ||
-      (request.authProto == kSnmpAuthNone && request.privProto != kSnmpPrivNone)) {
+      request.authProto > OPEN_SNMP_AUTH_PROTOCOL_SHA512 || request.privProto > OPEN_SNMP_PRIV_PROTOCOL_AES256 ||
+      (request.authProto == OPEN_SNMP_AUTH_PROTOCOL_NONE && request.privProto != OPEN_SNMP_PRIV_PROTOCOL_NONE)) {
     return OPEN_E_PARAM;
   }
   SnmpUserKey key{request.name, engineId};
   if (state_.users.count(key) != 0) return OPEN_E_EXISTS;
   SnmpUser user{request.group, request.authProto, request.privProto, {}, {}, remoteAddress};
   open_error_t rc = OPEN_E_NONE;
-  if (request.authProto != kSnmpAuthNone) {
+  if (request.authProto != OPEN_SNMP_AUTH_PROTOCOL_NONE) {
     SnmpHash hash{};
     hashOf(request.authProto, &hash);
     rc = secretKey(request.authProto, request.authPassword, request.authKeyHex, engineId, snmpDigestSize(hash),
                    &user.authKey);
   }
-  if (rc == OPEN_E_NONE && request.privProto != kSnmpPrivNone) {
+  if (rc == OPEN_E_NONE && request.privProto != OPEN_SNMP_PRIV_PROTOCOL_NONE) {
     rc = secretKey(request.authProto, request.privPassword, request.privKeyHex, engineId,
                    privKeyLength(request.privProto), &user.privKey);
   }
@@ -379,13 +379,13 @@ open_error_t SnmpAgent::createHost(const std::string &host, const SnmpHost &entr
   SnmpHost stored = entry;
   if (stored.port == 0) stored.port = kSnmpTrapPort;
   if (!validHostName(host) || stored.port > 65535 || !validName(entry.securityName, kSnmpNameMaxLen) ||
-      !inRange(entry.model, kSnmpModelV1, kSnmpModelUsm) || !levelFitsModel(entry.model, entry.level) ||
-      !inRange(entry.notifyType, kSnmpTrap, kSnmpInform) || entry.timeout > kSnmpMaxTimeout ||
+      !inRange(entry.model, OPEN_SNMP_SECURITY_MODEL_SNMPV1, OPEN_SNMP_SECURITY_MODEL_USM) || !levelFitsModel(entry.model, entry.level) ||
+      !inRange(entry.notifyType, OPEN_SNMP_NOTIFY_TYPE_TRAP, OPEN_SNMP_NOTIFY_TYPE_INFORM) || entry.timeout > kSnmpMaxTimeout ||
       entry.retries > kSnmpMaxRetries) {
     return OPEN_E_PARAM;
   }
   // SNMPv1 knows no informs; a filter must exist to be used.
-  if ((entry.model == kSnmpModelV1 && entry.notifyType == kSnmpInform) ||
+  if ((entry.model == OPEN_SNMP_SECURITY_MODEL_SNMPV1 && entry.notifyType == OPEN_SNMP_NOTIFY_TYPE_INFORM) ||
       (!entry.filter.empty() && !hasTree(state_.filters, entry.filter))) {
     return OPEN_E_PARAM;
   }
@@ -448,9 +448,9 @@ struct HexText {
   }
 };
 
-constexpr Range kAccess{kSnmpAccessNone, kSnmpAccessSu};
-constexpr Range kModel{kSnmpModelAny, kSnmpModelUsm};
-constexpr Range kLevel{kSnmpNoAuthNoPriv, kSnmpAuthPriv};
+constexpr Range kAccess{OPEN_SNMP_COMMUNITY_ACCESS_NONE, OPEN_SNMP_COMMUNITY_ACCESS_SU};
+constexpr Range kModel{OPEN_SNMP_SECURITY_MODEL_ANY, OPEN_SNMP_SECURITY_MODEL_USM};
+constexpr Range kLevel{OPEN_SNMP_SECURITY_LEVEL_NOAUTHNOPRIV, OPEN_SNMP_SECURITY_LEVEL_AUTHPRIV};
 const HexText kEngineIdText{kSnmpEngineIdMaxLen};
 const HexText kKeyText{64};
 
@@ -464,7 +464,7 @@ const schema::Record<SnmpCommunity> kCommunityFields = {
 };
 
 const schema::Record<SnmpCommunityAddr> kCommunityAddrFields = {
-    {"access", &SnmpCommunityAddr::access, Integer({kSnmpAccessRo, kSnmpAccessSu})},
+    {"access", &SnmpCommunityAddr::access, Integer({OPEN_SNMP_COMMUNITY_ACCESS_RO, OPEN_SNMP_COMMUNITY_ACCESS_SU})},
     {"address", &SnmpCommunityAddr::address, AddressText{}},
     {"mask", &SnmpCommunityAddr::mask, AddressText{}},
     {"ipv6PrefixLen", &SnmpCommunityAddr::ipv6PrefixLen, Integer({0, 128})},
@@ -496,8 +496,8 @@ const schema::Record<SnmpUserKey> kUserKeyFields = {
 
 const schema::Record<SnmpUser> kUserFields = {
     {"group", &SnmpUser::group, nameText()},
-    {"authProto", &SnmpUser::authProto, Integer({kSnmpAuthNone, kSnmpAuthSha512})},
-    {"privProto", &SnmpUser::privProto, Integer({kSnmpPrivNone, kSnmpAes256})},
+    {"authProto", &SnmpUser::authProto, Integer({OPEN_SNMP_AUTH_PROTOCOL_NONE, OPEN_SNMP_AUTH_PROTOCOL_SHA512})},
+    {"privProto", &SnmpUser::privProto, Integer({OPEN_SNMP_PRIV_PROTOCOL_NONE, OPEN_SNMP_PRIV_PROTOCOL_AES256})},
     {"authKey", &SnmpUser::authKey, kKeyText},
     {"privKey", &SnmpUser::privKey, kKeyText},
     {"remoteAddress", &SnmpUser::remoteAddress, Text(INET6_ADDRSTRLEN)},
@@ -513,7 +513,7 @@ const schema::Record<SnmpHost> kHostFields = {
     {"securityName", &SnmpHost::securityName, nameText()},
     {"model", &SnmpHost::model, Integer(kModel)},
     {"level", &SnmpHost::level, Integer(kLevel)},
-    {"notifyType", &SnmpHost::notifyType, Integer({kSnmpTrap, kSnmpInform})},
+    {"notifyType", &SnmpHost::notifyType, Integer({OPEN_SNMP_NOTIFY_TYPE_TRAP, OPEN_SNMP_NOTIFY_TYPE_INFORM})},
     {"timeout", &SnmpHost::timeout, Integer({0, kSnmpMaxTimeout})},
     {"retries", &SnmpHost::retries, Integer({0, kSnmpMaxRetries})},
     {"filter", &SnmpHost::filter, nameText()},
@@ -542,7 +542,7 @@ schema::Keyed<std::string, V> byName(const char *key, size_t maxLength, const sc
 
 schema::Keyed<SnmpTreeKey, uint32_t> trees(const char *what) {
   return {schema::fieldsOf(kTreeKeyFields),
-          schema::named<uint32_t>("type", Integer({kSnmpIncluded, kSnmpExcluded})), what};
+          schema::named<uint32_t>("type", Integer({OPEN_SNMP_VIEW_TYPE_INCLUDED, OPEN_SNMP_VIEW_TYPE_EXCLUDED})), what};
 }
 
 const schema::Record<SnmpState> kStateFields = {

@@ -19,14 +19,6 @@
 #include "sim/system/model.h"
 
 // Enumerations as OpEN numbers them.
-enum : uint32_t { kSnmpAccessNone = 0, kSnmpAccessRo = 1, kSnmpAccessRw = 2, kSnmpAccessSu = 3 };
-enum : uint32_t { kSnmpModelAny = 0, kSnmpModelV1 = 1, kSnmpModelV2c = 2, kSnmpModelUsm = 3 };
-enum : uint32_t { kSnmpNoAuthNoPriv = 1, kSnmpAuthNoPriv = 2, kSnmpAuthPriv = 3 };
-enum : uint32_t { kSnmpIncluded = 1, kSnmpExcluded = 2 };
-enum : uint32_t { kSnmpAuthNone = 0, kSnmpAuthSha = 1, kSnmpAuthMd5 = 2, kSnmpAuthSha512 = 3 };
-enum : uint32_t { kSnmpPrivNone = 0, kSnmpPrivDes = 1, kSnmp3Des = 2, kSnmpAes128 = 3, kSnmpAes192 = 4, kSnmpAes256 = 5 };
-enum : uint32_t { kSnmpTrap = 1, kSnmpInform = 2 };
-enum : uint32_t { kSnmpViewTree = 1, kSnmpFilterTree = 2 };
 
 constexpr size_t kSnmpCommunityMaxLen = 20;
 constexpr size_t kSnmpNameMaxLen = 30;  // views, filters, groups, context prefixes, users
@@ -41,17 +33,6 @@ constexpr uint32_t kSnmpEnterprise = 32473;
 constexpr uint32_t kSnmpTrapPort = 162;
 constexpr uint32_t kSnmpMaxTimeout = 300, kSnmpMaxRetries = 255;
 
-// Trap flags by number, one bit each.
-enum : uint32_t {
-  kSnmpTrapAuthentication = 0x01,
-  kSnmpTrapLinkUpDown = 0x02,
-  kSnmpTrapMultipleUsers = 0x04,
-  kSnmpTrapSpanningTree = 0x08,
-  kSnmpTrapAcl = 0x10,
-  kSnmpTrapPortSecurity = 0x20,
-  kSnmpTrapFanAndPower = 0x40,
-  kSnmpTrapTemperature = 0x80,
-};
 constexpr uint32_t kSnmpTrapFlagsAll = 0xFF;
 
 // An address as a key: family, then the bytes in network order, so that
@@ -69,14 +50,14 @@ struct SnmpAddress {
 };
 
 struct SnmpCommunity {
-  uint32_t access = kSnmpAccessNone;  // none: the rights come from `group`
+  uint32_t access = OPEN_SNMP_COMMUNITY_ACCESS_NONE;  // none: the rights come from `group`
   std::string view;
   SnmpAddress address;  // no address: any manager
   std::string group;
 };
 
 struct SnmpCommunityAddr {
-  uint32_t access = kSnmpAccessRo;
+  uint32_t access = OPEN_SNMP_COMMUNITY_ACCESS_RO;
   SnmpAddress address, mask;
   uint32_t ipv6PrefixLen = 0;
   std::string view;
@@ -84,7 +65,7 @@ struct SnmpCommunityAddr {
 
 struct SnmpGroupKey {
   std::string name, contextPrefix;
-  uint32_t model = kSnmpModelAny, level = kSnmpNoAuthNoPriv;
+  uint32_t model = OPEN_SNMP_SECURITY_MODEL_ANY, level = OPEN_SNMP_SECURITY_LEVEL_NOAUTHNOPRIV;
   auto operator<=>(const SnmpGroupKey &) const = default;
 };
 struct SnmpGroup {
@@ -106,7 +87,7 @@ struct SnmpUserKey {
 };
 struct SnmpUser {
   std::string group;
-  uint32_t authProto = kSnmpAuthNone, privProto = kSnmpPrivNone;
+  uint32_t authProto = OPEN_SNMP_AUTH_PROTOCOL_NONE, privProto = OPEN_SNMP_PRIV_PROTOCOL_NONE;
   SnmpBytes authKey, privKey;  // localised keys, never the pass phrases
   std::string remoteAddress;   // the address the engine was found by, if it was
 };
@@ -114,7 +95,7 @@ struct SnmpUser {
 // What a user create asks for: each secret as a pass phrase or a ready key in hexadecimal.
 struct SnmpUserRequest {
   std::string name, group;
-  uint32_t authProto = kSnmpAuthNone, privProto = kSnmpPrivNone;
+  uint32_t authProto = OPEN_SNMP_AUTH_PROTOCOL_NONE, privProto = OPEN_SNMP_PRIV_PROTOCOL_NONE;
   std::string authPassword, authKeyHex, privPassword, privKeyHex;
 };
 
@@ -127,7 +108,7 @@ struct SnmpRemoteEngineKey {
 struct SnmpHost {
   uint32_t port = kSnmpTrapPort;
   std::string securityName;
-  uint32_t model = kSnmpModelV2c, level = kSnmpNoAuthNoPriv, notifyType = kSnmpTrap;
+  uint32_t model = OPEN_SNMP_SECURITY_MODEL_SNMPV2C, level = OPEN_SNMP_SECURITY_LEVEL_NOAUTHNOPRIV, notifyType = OPEN_SNMP_NOTIFY_TYPE_TRAP;
   uint32_t timeout = 15, retries = 3;  // informs only
   std::string filter;
 };

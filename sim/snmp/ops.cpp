@@ -152,7 +152,7 @@ open_error_t openapiSnmpCommunityGetNext(SimDevice &dev, open_buffdesc *communit
 open_error_t openapiSnmpCommunityGroupCreate(SimDevice &dev, open_buffdesc *communityName, open_buffdesc *groupName,
                                              open_inet_addr_t *addr) {
   return dev.snmp().createCommunity(inputText(communityName),
-                                   {kSnmpAccessNone, "", SnmpAddress::of(*addr), inputText(groupName)});
+                                   {OPEN_SNMP_COMMUNITY_ACCESS_NONE, "", SnmpAddress::of(*addr), inputText(groupName)});
 }
 
 open_error_t openapiSnmpCommunityAndIPAddrCreate(SimDevice &dev, open_buffdesc *communityName,
@@ -213,31 +213,31 @@ open_error_t openapiSnmpGroupGetNext(SimDevice &dev, open_buffdesc *groupName, o
 }
 
 open_error_t openapiSnmpViewCreate(SimDevice &dev, open_buffdesc *viewName, open_buffdesc *oidTree, uint32_t viewType) {
-  return treeCreate(dev, kSnmpViewTree, viewName, oidTree, viewType);
+  return treeCreate(dev, OPEN_SNMP_VIEW_TREE, viewName, oidTree, viewType);
 }
 
 open_error_t openapiSnmpViewDelete(SimDevice &dev, open_buffdesc *viewName, open_buffdesc *oidTree) {
-  return treeDelete(dev, kSnmpViewTree, viewName, oidTree);
+  return treeDelete(dev, OPEN_SNMP_VIEW_TREE, viewName, oidTree);
 }
 
 open_error_t openapiSnmpViewGetNext(SimDevice &dev, open_buffdesc *viewName, open_buffdesc *oidTree,
                                     uint32_t *viewType, open_buffdesc *nextViewName, open_buffdesc *nextOidTree) {
-  return treeNext(dev, kSnmpViewTree, viewName, oidTree, viewType, nextViewName, nextOidTree);
+  return treeNext(dev, OPEN_SNMP_VIEW_TREE, viewName, oidTree, viewType, nextViewName, nextOidTree);
 }
 
 open_error_t openapiSnmpFilterCreate(SimDevice &dev, open_buffdesc *filterName, open_buffdesc *oidTree,
                                      uint32_t filterType) {
-  return treeCreate(dev, kSnmpFilterTree, filterName, oidTree, filterType);
+  return treeCreate(dev, OPEN_SNMP_FILTER_TREE, filterName, oidTree, filterType);
 }
 
 open_error_t openapiSnmpFilterDelete(SimDevice &dev, open_buffdesc *filterName, open_buffdesc *oidTree) {
-  return treeDelete(dev, kSnmpFilterTree, filterName, oidTree);
+  return treeDelete(dev, OPEN_SNMP_FILTER_TREE, filterName, oidTree);
 }
 
 open_error_t openapiSnmpFilterGetNext(SimDevice &dev, open_buffdesc *filterName, open_buffdesc *oidTree,
                                       uint32_t *filterType, open_buffdesc *nextFilterName,
                                       open_buffdesc *nextOidTree) {
-  return treeNext(dev, kSnmpFilterTree, filterName, oidTree, filterType, nextFilterName, nextOidTree);
+  return treeNext(dev, OPEN_SNMP_FILTER_TREE, filterName, oidTree, filterType, nextFilterName, nextOidTree);
 }
 
 open_error_t openapiSnmpUserCreate(SimDevice &dev, open_buffdesc *userName, open_buffdesc *groupName,
@@ -446,7 +446,7 @@ open_error_t openapiSnmpTrapFlagSet(SimDevice &dev, uint32_t trapFlag, uint8_t m
 open_error_t openapiSnmpTrapSrcIntfGet(SimDevice &dev, uint32_t *intf, uint32_t *type, open_inet_addr_t *addr) {
   *intf = dev.snmp().state().trapSourceIfNum;
   const SimSwitch::Interface *source = dev.system().findInterface(*intf);
-  *type = source != nullptr ? source->type : kIntfAny;
+  *type = source != nullptr ? source->type : static_cast<uint32_t>(OPEN_INTF_TYPE_ANY);
   *addr = open_inet_addr_t{};
   if (source == nullptr) {
     addr->family = OPEN_AF_INET;
@@ -457,7 +457,7 @@ open_error_t openapiSnmpTrapSrcIntfGet(SimDevice &dev, uint32_t *intf, uint32_t 
 
 open_error_t openapiSnmpTrapSrcIntfSet(SimDevice &dev, uint32_t intf) {
   const SimSwitch::Interface *source = dev.system().findInterface(intf);
-  if (intf != 0 && (source == nullptr || source->type == kIntfCpu)) return OPEN_E_PARAM;
+  if (intf != 0 && (source == nullptr || source->type == OPEN_INTF_TYPE_CPU)) return OPEN_E_PARAM;
   dev.snmp().state().trapSourceIfNum = intf;
   return OPEN_E_NONE;
 }

@@ -44,7 +44,7 @@ void CounterModel::resetToDefault() {
   int64_t at = now(), boot = at - kDefaultUptimeSecs * kNanosPerSecond;
   ports_.clear();
   for (const SimSwitch::Interface &intf : system_.interfaces()) {
-    if (intf.type != kIntfPhysical) continue;
+    if (intf.type != OPEN_INTF_TYPE_PHY) continue;
     Port &port = ports_[intf.intIfNum];
     port.load = defaultBusy(intf.intIfNum) ? PortLoad::Busy : PortLoad::Idle;
     clear(port, boot);
@@ -78,7 +78,7 @@ bool CounterModel::fromJson(const cJSON *json, const schema::Where &where) {
   for (size_t i = 0; i < records.size(); ++i) {
     const PortRecord &record = records[i];
     const SimSwitch::Interface *intf = system_.findInterface(record.intIfNum);
-    if (intf == nullptr || intf->type != kIntfPhysical) {
+    if (intf == nullptr || intf->type != OPEN_INTF_TYPE_PHY) {
       return where.element(i).member("intIfNum").fail(std::to_string(record.intIfNum) + " is not a physical port");
     }
     Port &port = ports[record.intIfNum];
@@ -89,7 +89,7 @@ bool CounterModel::fromJson(const cJSON *json, const schema::Where &where) {
     port.resetAt = at - static_cast<int64_t>(record.secondsSinceReset) * kNanosPerSecond;
   }
   for (const SimSwitch::Interface &intf : system_.interfaces()) {
-    if (intf.type == kIntfPhysical && ports.count(intf.intIfNum) == 0) {
+    if (intf.type == OPEN_INTF_TYPE_PHY && ports.count(intf.intIfNum) == 0) {
       return where.fail("no entry for port " + intf.name + " (intIfNum " + std::to_string(intf.intIfNum) + ")");
     }
   }
@@ -102,7 +102,7 @@ open_error_t CounterModel::find(uint32_t intIfNum, const Port **port) const {
   if (intf == nullptr) return OPEN_E_PARAM;
   // The chip counts per port; aggregates are not kept for LAGs, and the CPU
   // interface has no MAC counters at all.
-  if (intf->type == kIntfLag) return OPEN_E_UNAVAIL;
+  if (intf->type == OPEN_INTF_TYPE_LAG) return OPEN_E_UNAVAIL;
   auto it = ports_.find(intIfNum);
   if (it == ports_.end()) return OPEN_E_PARAM;
   *port = &it->second;

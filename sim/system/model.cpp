@@ -19,7 +19,7 @@ bool defaultLinkUp(uint32_t port) { return port <= 16 || port == 25 || port == 2
 SimSwitch::Interface defaultPort(uint32_t port) {
   SimSwitch::Interface intf;
   intf.intIfNum = port;
-  intf.type = kIntfPhysical;
+  intf.type = OPEN_INTF_TYPE_PHY;
   intf.name = "1/0/" + std::to_string(port);
   intf.adminEnabled = port != kPhysicalPorts;
   intf.linkUp = defaultLinkUp(port);
@@ -33,7 +33,7 @@ SimSwitch::Interface defaultLogical(uint32_t intIfNum, uint32_t type, std::strin
   intf.type = type;
   intf.name = std::move(name);
   intf.speedMbps = 0;
-  intf.linkUp = type == kIntfCpu;  // a LAG without members stays down
+  intf.linkUp = type == OPEN_INTF_TYPE_CPU;  // a LAG without members stays down
   return intf;
 }
 
@@ -66,9 +66,9 @@ void SimSwitch::resetToDefault() {
   state.apiVersion = {1, 25, 0, 12};
   for (uint32_t port = 1; port <= kPhysicalPorts; ++port) state.interfaces.push_back(defaultPort(port));
   for (uint32_t lag = 1; lag <= kLagCount; ++lag) {
-    state.interfaces.push_back(defaultLogical(kFirstLag + lag - 1, kIntfLag, "lag" + std::to_string(lag)));
+    state.interfaces.push_back(defaultLogical(kFirstLag + lag - 1, OPEN_INTF_TYPE_LAG, "lag" + std::to_string(lag)));
   }
-  state.interfaces.push_back(defaultLogical(kCpuIntf, kIntfCpu, "cpu"));
+  state.interfaces.push_back(defaultLogical(kCpuIntf, OPEN_INTF_TYPE_CPU, "cpu"));
   state.vlans = {1, 10, 20};
   state_ = std::move(state);
 }
@@ -85,8 +85,8 @@ open_error_t SimSwitch::firstInterface(uint32_t type, uint32_t *intIfNum) const 
 }
 
 open_error_t SimSwitch::nextInterface(uint32_t type, uint32_t after, uint32_t *next) const {
-  if (type > kIntfAny) return OPEN_E_PARAM;
-  auto ofType = [type](const Interface &intf) { return type == kIntfAny || intf.type == type; };
+  if (type > OPEN_INTF_TYPE_ANY) return OPEN_E_PARAM;
+  auto ofType = [type](const Interface &intf) { return type == OPEN_INTF_TYPE_ANY || intf.type == type; };
   const Interface *found = nullptr;
   open_error_t rc = walk::next(state_.interfaces, after, found, &Interface::intIfNum, ofType);
   if (rc == OPEN_E_NONE) *next = found->intIfNum;

@@ -11,18 +11,6 @@
 #include "open/openapi.h"
 #include "sim/model.h"
 
-// Interface types as OpEN numbers them.
-enum SimIntfType : uint32_t {
-  kIntfPhysical = 0,
-  kIntfCpu = 1,
-  kIntfLag = 2,
-  kIntfVlan = 3,
-  kIntfLoopback = 4,
-  kIntfTunnel = 5,
-  kIntfServicePort = 6,
-  kIntfAny = 8,  // a walk over every type; no interface has it
-};
-
 // OpEN codes of the link and administrative states and of the port speeds.
 constexpr uint32_t kLinkUp = 0, kLinkDown = 1;
 constexpr uint32_t kAdminDisable = 0, kAdminEnable = 1;
@@ -36,7 +24,7 @@ class SimSwitch : public SimModel {
  public:
   struct Interface {
     uint32_t intIfNum = 0;
-    uint32_t type = kIntfPhysical;
+    uint32_t type = OPEN_INTF_TYPE_PHY;
     std::string name;
     bool linkUp = false;
     bool adminEnabled = true;

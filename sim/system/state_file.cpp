@@ -16,7 +16,7 @@ const schema::Choice<bool> kAdminWords{{"enable", true}, {"disable", false}};
 
 const schema::Record<Interface> kInterfaceFields = {
     {"intIfNum", &Interface::intIfNum, schema::Integer({1, UINT32_MAX}), schema::Flag::Unique},
-    {"type", &Interface::type, schema::Integer({0, kIntfAny - 1})},
+    {"type", &Interface::type, schema::Integer({0, OPEN_INTF_TYPE_ANY - 1})},
     {"name", &Interface::name, schema::Text(kMaxText, 1), schema::Flag::Unique},
     {"link", &Interface::linkUp, kLinkWords},
     {"admin", &Interface::adminEnabled, kAdminWords},

@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "tools/raii.h"
+#include "open/raii.h"
 
 bool callsFileWriter(const std::string &line) {
   JsonPtr request(cJSON_ParseWithOpts(line.c_str(), nullptr, 1));

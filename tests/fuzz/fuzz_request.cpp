@@ -18,7 +18,7 @@
 
 #include "tests/fuzz/in_process_program.h"
 #include "open/startup.h"
-#include "tools/raii.h"
+#include "open/raii.h"
 
 namespace {
 

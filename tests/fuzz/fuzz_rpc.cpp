@@ -16,7 +16,7 @@
 #include "sim/server.h"
 #include "tests/fuzz/file_guard.h"
 #include "tests/fuzz/sandbox.h"
-#include "tools/raii.h"
+#include "open/raii.h"
 
 namespace {
 

@@ -12,7 +12,7 @@
 #include "routes/families.h"
 #include "tests/fuzz/file_guard.h"
 #include "open/startup.h"
-#include "tools/raii.h"
+#include "open/raii.h"
 
 void applyEnvironment(const CgiEnvironment &env) {
   for (const auto &variable : kCgiVariables) {

@@ -7,7 +7,7 @@
 
 #include "sim/device.h"
 #include "sim/sim_ops.h"
-#include "tools/raii.h"
+#include "open/raii.h"
 
 namespace simtest {
 

@@ -9,7 +9,7 @@
 
 #include "cgi/response.h"
 #include "frame_sandbox.h"
-#include "tools/raii.h"
+#include "open/raii.h"
 
 using namespace std::literals;
 

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "tests/fuzz/in_process_program.h"
-#include "tools/raii.h"
+#include "open/raii.h"
 
 namespace {
 

@@ -22,7 +22,7 @@
 #include "tests/fuzz/in_process_program.h"
 #include "apidoc/open_names.h"
 #include "apidoc/schema.h"
-#include "tools/raii.h"
+#include "open/raii.h"
 
 namespace {
 

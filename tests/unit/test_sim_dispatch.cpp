@@ -6,7 +6,7 @@
 #include "sim/dispatch.h"
 #include "sim/server.h"
 #include "sim_fixture.h"
-#include "tools/raii.h"
+#include "open/raii.h"
 
 namespace {
 

@@ -57,7 +57,7 @@ TEST_F(SimMirrorTest, SessionsKeepTheRulesOfASwitch) {
   };
   for (size_t i = 0; i < std::size(steps); ++i) EXPECT_EQ(steps[i].rc, steps[i].expected) << "step " << i;
   // Session 2, removed, is reserved still and has nothing else, not even sources.
-  const uint32_t sourceTypes[] = {kSourcePorts, kSourceNone, kSourceVlans, kSourceRemoteVlan};
+  const uint32_t sourceTypes[] = {OPEN_MIRROR_SOURCE_PORTS, OPEN_MIRROR_SOURCE_NONE, OPEN_MIRROR_SOURCE_VLANS, OPEN_MIRROR_SOURCE_REMOTE_VLAN};
   for (uint32_t s = 1; s <= 4; ++s) EXPECT_EQ(number(sim::openapiSwMonitorSrcTypeGet, s), sourceTypes[s - 1]) << s;
   EXPECT_EQ(number(sim::openapiMirrorSessionReserveStateGet, 2), 1u);
   EXPECT_EQ(number(sim::openapiSwPortMonitorModeGet, 2), 0u);
@@ -86,13 +86,13 @@ TEST_F(SimMirrorTest, ValidInterfaceWalksMatchTheirLists) {
 }
 
 TEST_F(SimMirrorTest, AccessListsWalkByTypeAndAreFoundByName) {
-  EXPECT_EQ(walked(sim::openapiAclGetFirst, sim::openapiAclGetNext, kAclIp), "1,23,101,150");
-  EXPECT_EQ(walked(sim::openapiAclGetFirst, sim::openapiAclGetNext, kAclMac), "1001,1002");
+  EXPECT_EQ(walked(sim::openapiAclGetFirst, sim::openapiAclGetNext, OPEN_ACL_TYPE_IP), "1,23,101,150");
+  EXPECT_EQ(walked(sim::openapiAclGetFirst, sim::openapiAclGetNext, OPEN_ACL_TYPE_MAC), "1001,1002");
   EXPECT_EQ(walked(sim::openapiAclGetFirst, sim::openapiAclGetNext, 3u), "!-22");  // no such type
   EXPECT_EQ(text(sim::openapiAclNameGet, 23), "snmp-managers");
   const std::tuple<uint32_t, std::string, open_error_t, uint32_t> lookups[] = {  // type, name, result, id
-      {kAclIp, "voice-rtp", OPEN_E_NONE, 150}, {kAclMac, "block-bpdu", OPEN_E_NONE, 1002},
-      {kAclMac, "voice-rtp", OPEN_E_NOT_FOUND, 0}, {kAclIp, "", OPEN_E_PARAM, 0}};
+      {OPEN_ACL_TYPE_IP, "voice-rtp", OPEN_E_NONE, 150}, {OPEN_ACL_TYPE_MAC, "block-bpdu", OPEN_E_NONE, 1002},
+      {OPEN_ACL_TYPE_MAC, "voice-rtp", OPEN_E_NOT_FOUND, 0}, {OPEN_ACL_TYPE_IP, "", OPEN_E_PARAM, 0}};
   for (auto [type, name, rc, expected] : lookups) {
     open_buffdesc desc{static_cast<uint32_t>(name.size() + 1), name.data()};
     uint32_t found = 0;

@@ -15,7 +15,7 @@
 #include "open/wire.h"
 #include "sim/control.h"
 #include "sim_fixture.h"
-#include "tools/raii.h"
+#include "open/raii.h"
 
 namespace {
 

@@ -10,8 +10,8 @@ TEST_F(SimSwitchTest, DefaultLayoutWalksByType) {
     uint32_t type, first, last;
     const char *firstName, *lastName;
   } cases[] = {
-      {kIntfPhysical, 1, 28, "1/0/1", "1/0/28"}, {kIntfLag, 29, 36, "lag1", "lag8"}, {kIntfCpu, 37, 37, "cpu", "cpu"},
-      {kIntfAny, 1, 37, "1/0/1", "cpu"},
+      {OPEN_INTF_TYPE_PHY, 1, 28, "1/0/1", "1/0/28"}, {OPEN_INTF_TYPE_LAG, 29, 36, "lag1", "lag8"}, {OPEN_INTF_TYPE_CPU, 37, 37, "cpu", "cpu"},
+      {OPEN_INTF_TYPE_ANY, 1, 37, "1/0/1", "cpu"},
   };
   for (const auto &c : cases) {
     SCOPED_TRACE("type " + std::to_string(c.type));
@@ -21,17 +21,17 @@ TEST_F(SimSwitchTest, DefaultLayoutWalksByType) {
     EXPECT_EQ(walked(sim::openapiIfFirstGet, sim::openapiIfNextGet, c.type), expected);
     EXPECT_EQ(text(sim::openapiIfNameGet, c.first), c.firstName);
     EXPECT_EQ(text(sim::openapiIfNameGet, c.last), c.lastName);
-    for (uint32_t n = c.first; n <= c.last && c.type != kIntfAny; ++n) {
+    for (uint32_t n = c.first; n <= c.last && c.type != OPEN_INTF_TYPE_ANY; ++n) {
       EXPECT_EQ(number(sim::openapiIfTypeGet, n), c.type);
     }
     // The monitor names physical ports, and only them, by unit, slot and port, as their names do.
     uint32_t unit = 0, slot = 0, port = 0;
     EXPECT_EQ(sim::openapiHashIntfUnitSlotPortGet(dev, c.last, &unit, &slot, &port),
-              c.type == kIntfPhysical ? OPEN_E_NONE : OPEN_E_PARAM);
+              c.type == OPEN_INTF_TYPE_PHY ? OPEN_E_NONE : OPEN_E_PARAM);
     EXPECT_EQ(std::to_string(unit) + "/" + std::to_string(slot) + "/" + std::to_string(port),
-              c.type == kIntfPhysical ? c.lastName : "0/0/0");
+              c.type == OPEN_INTF_TYPE_PHY ? c.lastName : "0/0/0");
   }
-  for (uint32_t type : {kIntfVlan, kIntfLoopback, kIntfTunnel, kIntfServicePort}) {
+  for (uint32_t type : {OPEN_INTF_TYPE_VLAN, OPEN_INTF_TYPE_LOOPBACK, OPEN_INTF_TYPE_TUNNEL, OPEN_INTF_TYPE_SERVICE_PORT}) {
     EXPECT_EQ(walked(sim::openapiIfFirstGet, sim::openapiIfNextGet, type), "");
   }
 }
@@ -50,7 +50,7 @@ TEST_F(SimSwitchTest, QueriesRefuseWhatTheSwitchDoesNotHave) {
     open_error_t rc, expected;
   } cases[] = {
       {sim::openapiIfFirstGet(dev, 9, &out), OPEN_E_PARAM},  // no such type
-      {sim::openapiIfNextGet(dev, kIntfAny, 37, &out), OPEN_E_NOT_FOUND},
+      {sim::openapiIfNextGet(dev, OPEN_INTF_TYPE_ANY, 37, &out), OPEN_E_NOT_FOUND},
       {sim::openapiIfTypeGet(dev, 0, &out), OPEN_E_PARAM}, {sim::openapiIfLinkStateGet(dev, 38, &out), OPEN_E_PARAM},
       {sim::openapiIfNameGet(dev, 1, &tooSmall), OPEN_E_PARAM},
       {sim::openapiVlanCreatedCheck(dev, 1), OPEN_E_NONE}, {sim::openapiVlanCreatedCheck(dev, 4094), OPEN_E_NOT_FOUND},

@@ -6,7 +6,7 @@
 #include <type_traits>
 
 #include "open/wire.h"
-#include "tools/raii.h"
+#include "open/raii.h"
 
 namespace {
 

@@ -1,3 +1,0 @@
-#pragma once
-#include "cgi/request.h"
-#include "open/raii.h"
