@@ -12,9 +12,9 @@ constexpr const route::RouteGroup *kRegistrationOrder[] = {
 };
 
 constexpr const route::RouteGroup *kReadingOrder[] = {
-    &kLldpSettings, &kLldpRemoteDevice, &kLldpLocalDevice, &kSnmpAccess, &kSnmpUsers, &kSnmpNotifications,
-    &kStats,        &kSflowFirst,       &kSflowRest,       &kMirror,     &kSession,   &kInstruNos,
-    &kInstruBhd,    &kInstruBst,        &kInstruFlowTracker, &kInstruIfa, &kInstruPacketTrace,
+    &kStats,     &kLldpSettings, &kLldpRemoteDevice, &kLldpLocalDevice, &kSnmpAccess, &kSnmpUsers,
+    &kSnmpNotifications, &kSflowFirst, &kSflowRest, &kMirror, &kSession, &kInstruNos,
+    &kInstruBhd, &kInstruBst, &kInstruFlowTracker, &kInstruIfa, &kInstruPacketTrace,
 };
 static_assert(std::size(kReadingOrder) == std::size(kRegistrationOrder));
 

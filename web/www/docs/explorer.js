@@ -6,15 +6,6 @@ import { takeSession } from '../session.js';
 
 const session = takeSession();
 
-// The families in the order people look for them: what a switch is watched
-// with first, the switch-chip instrumentation, mostly placeholders, last.
-const FAMILIES = ['stats', 'lldp', 'snmp', 'sflow', 'mirror', 'session'];
-const rank = (tag) => {
-  if (tag.startsWith('instru-')) return FAMILIES.length + 1;
-  const known = FAMILIES.indexOf(tag);
-  return known < 0 ? FAMILIES.length : known;
-};
-
 // Swagger UI's own filter matches family names only.
 const OperationFilter = () => ({
   fn: {
@@ -56,7 +47,8 @@ const ui = globalThis.SwaggerUIBundle({
   filter: true,
   deepLinking: true,
   displayOperationId: false,
-  tagsSorter: (a, b) => rank(a) - rank(b) || a.localeCompare(b),
+  // No sorter: the families come in the order the document lists them,
+  // the order people look for them in, the instrumentation placeholders last.
   plugins: [OperationFilter, PlainOperationPaths],
   onComplete: () => {
     if (session) ui.preauthorizeApiKey('session', session);
