@@ -1,30 +1,20 @@
-#include <cstdio>
 #include <cstdlib>
 
+#include "cgi/frontend.h"
 #include "cgi/httpd.h"
 #include "log/log.h"
 #include "open/openapi.h"
-#include "routes/families.h"
 #include "open/startup.h"
+#include "routes/families.h"
 
 namespace {
 
 constexpr int kLogFacilityUser = 8;
 
-int nextStdinByte(void *) { return getchar_unlocked(); }
-
-// The request as the web server hands it to a CGI program.
-Request::Fields cgiFields() {
-  return {getenv("REQUEST_METHOD"), getenv("REQUEST_URI"),   getenv("QUERY_STRING"),
-          getenv("CONTENT_LENGTH"), getenv("HTTP_SESSION"), getenv("HTTP_REFRESH")};
-}
-
-void writeAnswer(const Answer &answer) {
-  answer.writeTo([](const char *text, size_t length) { fwrite(text, 1, length, stdout); });
-}
-
 }  // namespace
 
+// Started once per request (CGI) or once for many (FastCGI): the start-up
+// is the same, and so is every request's answer.
 int main() {
   logInit(LOG_MODE_FILE, kLogFacilityUser, "vexo_cgi");
   if (initHandler("monitoring_v2.cgi", &clientHandle) < 0) {
@@ -34,11 +24,13 @@ int main() {
   httpdTable *table = httpdCreateTable();
   if (table == nullptr) exit(1);
   registerAllRoutes(table);
-  {
-    Request request(cgiFields(), nextStdinByte, nullptr);
-    writeAnswer(httpdProcessRequest(table, request));
+  int status = 0;
+  if (startedAsFastCgi()) {
+    status = serveFastCgiRequests(table) == 0 ? 0 : 1;
+  } else {
+    serveCgiRequest(table);
   }
   openapiClientTearDown(&clientHandle);
   logClose();
-  return 0;
+  return status;
 }

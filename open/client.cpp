@@ -27,6 +27,7 @@
 #include <new>
 
 #include "open/call_codec.h"
+#include "open/client.h"
 #include "open/openapi.h"
 #include "open/opdesc.h"
 #include "open/wire.h"
@@ -186,6 +187,16 @@ open_error_t openapiClientRegister(const char *clientName, openapiClientHandle_t
   memcpy(clientHandle->clientName, clientName, strnlen(clientName, sizeof clientHandle->clientName - 1));
   clientHandle->fd = -1;
   return OPEN_E_NONE;
+}
+
+void openapiClientRequestBegins(openapiClientHandle_t *client) {
+  if (client == nullptr) return;
+  client->stalled = 0;
+  if (client->fd < 0) return;
+  // The server answers only what it is asked: anything readable between two
+  // requests is its end of the connection going away, or noise after it.
+  pollfd p{client->fd, POLLIN, 0};
+  if (poll(&p, 1, 0) != 0) disconnect(client);
 }
 
 open_error_t openapiClientTearDown(openapiClientHandle_t *clientHandle) {

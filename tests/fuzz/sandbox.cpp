@@ -61,6 +61,8 @@ void FuzzSandbox::writeSessions() const {
   overwriteFile(path(std::string("/tmp/session/") + kAdminSession), "admin" + stamp);
   overwriteFile(path(std::string("/tmp/session/") + kReadWriteSession), "operator" + stamp + "rw\n");
   overwriteFile(path(std::string("/tmp/session/") + kReadOnlySession), "viewer" + stamp + "ro\n");
+  overwriteFile(path(std::string("/tmp/session/") + kOverlongSession),
+                std::string(199, 'v') + std::string(199, '0') + "rw" + stamp + "ro\n");
 }
 
 void FuzzSandbox::remove() {

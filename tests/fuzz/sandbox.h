@@ -9,6 +9,9 @@ class FuzzSandbox {
   static constexpr const char *kAdminSession = "fuzz-admin";
   static constexpr const char *kReadWriteSession = "fuzz-rw";
   static constexpr const char *kReadOnlySession = "fuzz-ro";
+  // A read-only user whose name runs past its line's limit into the lines
+  // the check reads next, as if it could make itself read-write.
+  static constexpr const char *kOverlongSession = "fuzz-overlong";
 
   // Creates the directory below $TMPDIR (or /tmp); false with `error`.
   bool create(const char *prefix, std::string &error);
