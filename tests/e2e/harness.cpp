@@ -108,6 +108,19 @@ ProcessResult runProcess(const std::vector<std::string> &argv, const std::vector
   return result;
 }
 
+// A Unix socket listening at `path`, as a web server makes for a FastCGI application.
+int listenAt(const std::string &path) {
+  int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  snprintf(address.sun_path, sizeof address.sun_path, "%s", path.c_str());
+  if (bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0 || listen(fd, 16) != 0) {
+    close(fd);
+    return -1;
+  }
+  return fd;
+}
+
 bool socketAnswers(const std::string &path) {
   int fd = socket(AF_UNIX, SOCK_STREAM, 0);
   sockaddr_un address{};
@@ -119,6 +132,11 @@ bool socketAnswers(const std::string &path) {
 }
 
 }  // namespace
+
+bool fastCgiMode() {
+  const char *frontEnd = getenv("MONITORING_FRONTEND");
+  return frontEnd != nullptr && std::string(frontEnd) == "fastcgi";
+}
 
 std::string reply(int code, const std::string &message, const std::string &dataKey, const std::string &dataJson) {
   cJSON *root = cJSON_CreateObject();
@@ -175,6 +193,7 @@ void SwitchTest::stopDaemon() {
 // A process may have answered correctly all the same: every report a
 // sanitizer wrote for a process of this test fails it.
 void SwitchTest::TearDown() {
+  stopApplications();
   stopDaemon();
   std::error_code none;  // no sandbox when SetUp failed
   for (const fs::directory_entry &report : fs::directory_iterator(root_ + "/sanitizer", none)) {
@@ -195,17 +214,74 @@ std::string SwitchTest::login(const std::string &user, const std::string &privil
 
 ProcessResult SwitchTest::cgi(const CgiRequest &request) {
   size_t query = request.uri.find('?');
-  std::vector<std::string> env = {"MONITORING_ROOT=" + (request.root.empty() ? root_ : request.root),
-                                  "OPEN_RPC_SOCKET=" + (request.socket.empty() ? socket_ : request.socket),
-                                  "REQUEST_URI=" + request.uri,
-                                  "QUERY_STRING=" + (query == std::string::npos ? "" : request.uri.substr(query + 1))};
-  if (!request.method.empty()) env.push_back("REQUEST_METHOD=" + request.method);
-  if (request.session) env.push_back(std::string("HTTP_SESSION=") + request.session);
-  for (const std::string &e : sanitizerEnv(root_ + "/sanitizer")) env.push_back(e);
+  std::vector<std::string> params = {"REQUEST_URI=" + request.uri,
+                                     "QUERY_STRING=" + (query == std::string::npos ? "" : request.uri.substr(query + 1))};
+  if (!request.method.empty()) params.push_back("REQUEST_METHOD=" + request.method);
+  if (request.session) params.push_back(std::string("HTTP_SESSION=") + request.session);
   if (request.method == "POST" || request.method == "PUT") {
-    env.push_back("CONTENT_LENGTH=" + std::to_string(request.body.size()));
+    params.push_back("CONTENT_LENGTH=" + std::to_string(request.body.size()));
   }
+  if (fastCgiMode()) return fastCgi(request, params);
+  std::vector<std::string> env = {"MONITORING_ROOT=" + (request.root.empty() ? root_ : request.root),
+                                  "OPEN_RPC_SOCKET=" + (request.socket.empty() ? socket_ : request.socket)};
+  env.insert(env.end(), params.begin(), params.end());
+  for (const std::string &e : sanitizerEnv(root_ + "/sanitizer")) env.push_back(e);
   return runProcess(cgiCommand(), env, request.body, root_ + "/scratch");
+}
+
+// The application listens on a socket the harness made, as lighttpd's
+// bin-path starts one: the socket on its standard input.
+const SwitchTest::Application &SwitchTest::applicationFor(const std::string &root, const std::string &socket) {
+  for (const Application &app : applications_) {
+    if (app.root == root && app.socket == socket) return app;
+  }
+  Application app{root, socket, root_ + "/app" + std::to_string(applications_.size()) + ".sock"};
+  int listener = listenAt(app.listenPath);
+  std::vector<std::string> env = {"MONITORING_ROOT=" + root, "OPEN_RPC_SOCKET=" + socket};
+  for (const std::string &e : sanitizerEnv(root_ + "/sanitizer")) env.push_back(e);
+  std::vector<std::string> argv = cgiCommand();
+  std::vector<char *> args, envp;
+  for (const std::string &a : argv) args.push_back(const_cast<char *>(a.c_str()));
+  for (const std::string &e : env) envp.push_back(const_cast<char *>(e.c_str()));
+  args.push_back(nullptr);
+  envp.push_back(nullptr);
+  std::string err = root_ + "/app.stderr";
+  app.pid = fork();
+  if (app.pid == 0) {
+    dup2(listener, 0);
+    dup2(open("/dev/null", O_WRONLY), 1);
+    dup2(open(err.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600), 2);
+    execvpe(args[0], args.data(), envp.data());
+    _exit(127);
+  }
+  close(listener);
+  applications_.push_back(app);
+  return applications_.back();
+}
+
+// One request through cgi-fcgi, which passes its environment on as the
+// request's parameters and its standard input as the body.
+ProcessResult SwitchTest::fastCgi(const CgiRequest &request, const std::vector<std::string> &params) {
+  const Application &app = applicationFor(request.root.empty() ? root_ : request.root,
+                                          request.socket.empty() ? socket_ : request.socket);
+  return runProcess({"cgi-fcgi", "-bind", "-connect", app.listenPath}, params, request.body, root_ + "/scratch");
+}
+
+// SIGTERM, as the web server stops its applications: each must finish and
+// exit 0, its leaks reported by LeakSanitizer as it exits.
+void SwitchTest::stopApplications() {
+  for (Application &app : applications_) {
+    if (app.pid <= 0) continue;
+    kill(app.pid, SIGTERM);
+    int status = 0;
+    bool stopped = waitBounded(app.pid, status, kDaemonStopLimitMs);
+    if (!stopped) ADD_FAILURE() << "the FastCGI application did not stop within " << kDaemonStopLimitMs / 1000 << " s";
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+      ADD_FAILURE() << "the FastCGI application ended with wait status " << status << ":\n" << readFile("/app.stderr");
+    }
+    app.pid = -1;
+  }
+  applications_.clear();
 }
 
 ProcessResult SwitchTest::call(const std::string &method, const std::string &uri, const std::string &body) {

@@ -31,6 +31,10 @@ struct RouteCase {
   std::string data;  // the answer's data member; "" for none
 };
 
+// Whether the suite runs the program as a FastCGI application (one process
+// answering every request of a test) instead of a CGI process per request.
+bool fastCgiMode();
+
 class SwitchTest : public ::testing::Test {
  protected:
   void SetUp() override;
@@ -56,6 +60,18 @@ class SwitchTest : public ::testing::Test {
 
   std::string root_, socket_, adminSession_;
   int daemonPid_ = -1;
+
+ private:
+  // FastCGI mode: the application of each program environment (root and
+  // OpEN socket), started at its first request and stopped with the test.
+  struct Application {
+    std::string root, socket, listenPath;
+    int pid = -1;
+  };
+  const Application &applicationFor(const std::string &root, const std::string &socket);
+  ProcessResult fastCgi(const CgiRequest &request, const std::vector<std::string> &params);
+  void stopApplications();
+  std::vector<Application> applications_;
 };
 
 // The answer exactly as the program prints it: the header, then the envelope.
