@@ -218,10 +218,11 @@ ProcessResult SwitchTest::cgi(const CgiRequest &request) {
                                      "QUERY_STRING=" + (query == std::string::npos ? "" : request.uri.substr(query + 1))};
   if (!request.method.empty()) params.push_back("REQUEST_METHOD=" + request.method);
   if (request.session) params.push_back(std::string("HTTP_SESSION=") + request.session);
+  if (request.refresh) params.push_back(std::string("HTTP_REFRESH=") + request.refresh);
   if (request.method == "POST" || request.method == "PUT") {
     params.push_back("CONTENT_LENGTH=" + std::to_string(request.body.size()));
   }
-  if (fastCgiMode()) return fastCgi(request, params);
+  if (fastCgi_) return fastCgi(request, params);
   std::vector<std::string> env = {"MONITORING_ROOT=" + (request.root.empty() ? root_ : request.root),
                                   "OPEN_RPC_SOCKET=" + (request.socket.empty() ? socket_ : request.socket)};
   env.insert(env.end(), params.begin(), params.end());

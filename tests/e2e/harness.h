@@ -16,6 +16,7 @@ struct CgiRequest {
   std::string uri;  // the query string is taken from it
   std::string body;
   const char *session = nullptr;  // HTTP_SESSION; nullptr leaves it unset
+  const char *refresh = nullptr;  // HTTP_REFRESH; nullptr leaves it unset
   std::string root;    // MONITORING_ROOT; the test's sandbox when empty
   std::string socket;  // OPEN_RPC_SOCKET; the test's simulator when empty
 };
@@ -58,10 +59,15 @@ class SwitchTest : public ::testing::Test {
   void startDaemon(const std::vector<std::string> &options = {});
   void stopDaemon();
 
+  // Answers the following requests as a CGI process each, or by one
+  // FastCGI application, whatever the suite runs in.
+  void useFastCgi(bool fastCgi) { fastCgi_ = fastCgi; }
+
   std::string root_, socket_, adminSession_;
   int daemonPid_ = -1;
 
  private:
+  bool fastCgi_ = fastCgiMode();
   // FastCGI mode: the application of each program environment (root and
   // OpEN socket), started at its first request and stopped with the test.
   struct Application {
@@ -70,8 +76,11 @@ class SwitchTest : public ::testing::Test {
   };
   const Application &applicationFor(const std::string &root, const std::string &socket);
   ProcessResult fastCgi(const CgiRequest &request, const std::vector<std::string> &params);
-  void stopApplications();
   std::vector<Application> applications_;
+
+ protected:
+  // Stops every FastCGI application of the test, each checked as TearDown does.
+  void stopApplications();
 };
 
 // The answer exactly as the program prints it: the header, then the envelope.
