@@ -202,8 +202,14 @@ test('Redocly lints the document with no error', async () => {
     .split('\n').filter((line) => /\berror\b|failed/i.test(line)).join('\n')}`));
 });
 
-test('the document lists the 366 routes, each taking Refresh and answering the envelope or an empty 403', () => {
+test('the document lists the 366 routes as clients know them, each taking Refresh and answering the envelope or an empty 403', async () => {
   assert.match(doc.openapi, /^3\.1\./);
+  // Clients are written against these paths, methods and operationIds
+  // (operations.txt): one that changes breaks them, and must be meant.
+  const known = (await readFile(join(import.meta.dirname, 'operations.txt'), 'utf8')).trim().split('\n');
+  const listed = operations.map(({ path, method, op }) => `${method.toUpperCase()} ${path} ${op.operationId}`);
+  assert.deepEqual(listed.filter((o) => !known.includes(o)), [], 'operations that clients do not know');
+  assert.deepEqual(known.filter((o) => !listed.includes(o)), [], 'operations that clients know and the document lost');
   assert.equal(operations.length, 366);
   const ids = new Set(operations.map((o) => o.op.operationId));
   assert.equal(ids.size, operations.length, 'operationIds are unique');
