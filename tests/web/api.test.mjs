@@ -389,8 +389,9 @@ describe('through Prism, which knows only the document', () => {
             if (envelope.resp.respCode !== 0) return;
             const read = await call(pair.get, readerOf(pair.get, request))
               .catch((error) => { problems.push(`${pair.get.name} after ${operation.name} (${what}): ${error.message}`); });
-            const shown = read?.resp.respCode === 0 ? lookup(read[pair.dataKey], value.path[0]) : undefined;
+            if (!read) return;
             readBack += 1;
+            const shown = read.resp.respCode === 0 ? lookup(read[pair.dataKey], value.path[0]) : `result ${read.resp.respCode}`;
             if (shown !== word) problems.push(`${pair.get.name} after ${operation.name} (${what}): reads ${JSON.stringify(shown)}`);
           });
           return { operation, request, what, then };
