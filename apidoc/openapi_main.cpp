@@ -166,8 +166,24 @@ JsonPtr requestBodyOf(const std::vector<Input> &inputs, JsonPtr *example) {
   return any ? std::move(body) : nullptr;
 }
 
-void addRequestBody(cJSON *operation, JsonPtr schema, JsonPtr example) {
-  if (!schema) return;
+// A POST or PUT reads its body whatever the route does with it: a route
+// that uses none still takes any body the program accepts.
+void addUnusedBody(cJSON *operation) {
+  cJSON *request = cJSON_AddObjectToObject(operation, "requestBody");
+  cJSON_AddBoolToObject(request, "required", false);
+  cJSON_AddStringToObject(request, "description",
+                          ("The route reads nothing of a body: any body of at most " + std::to_string(kMaxBodyBytes) +
+                           " bytes is taken and not used (a longer one is refused with 10003).")
+                              .c_str());
+  cJSON_AddObjectToObject(cJSON_AddObjectToObject(cJSON_AddObjectToObject(request, "content"), "application/json"),
+                          "schema");
+}
+
+void addRequestBody(cJSON *operation, int method, JsonPtr schema, JsonPtr example) {
+  if (!schema) {
+    if (method == HTTPD_POST || method == HTTPD_PUT) addUnusedBody(operation);
+    return;
+  }
   cJSON *request = cJSON_AddObjectToObject(operation, "requestBody");
   cJSON_AddBoolToObject(request, "required", true);
   cJSON_AddStringToObject(request, "description",
@@ -290,7 +306,7 @@ cJSON *operationOf(const Operation &at, apidoc::LiveSwitch &live, std::set<int32
   JsonPtr bodySchema = requestBodyOf(inputs, &bodyExample);
   CText bodyText(bodyExample ? cJSON_PrintUnformatted(bodyExample.get()) : nullptr);
   JsonPtr answer = live.answer(at.group, at.index, exampleQuery(inputs), bodyText ? bodyText.get() : "");
-  addRequestBody(operation, std::move(bodySchema), std::move(bodyExample));
+  addRequestBody(operation, row.method, std::move(bodySchema), std::move(bodyExample));
   cJSON *responses = cJSON_AddObjectToObject(operation, "responses");
   cJSON *ok = cJSON_AddObjectToObject(responses, "200");
   cJSON_AddStringToObject(ok, "description",

@@ -456,10 +456,23 @@ std::vector<Input> inputsOf(const route::Route &row, int method) {
   return inputs;
 }
 
+// A number that the declaration gives no width would be described without
+// its range; the route's own code declares what it reads it into.
+void checkWidth(const Bind &bind, const route::ArgTag *param) {
+  if (bind.value == Value::Number && widthOf(bind, param).bytes == 0) {
+    problems().push_back(std::string("the number \"") + (bind.key ? bind.key : "(a list's element)") +
+                         "\" declares no width: .of<uint32_t>() or the like");
+  }
+  for (size_t i = 0; i < bind.partCount && (bind.value == Value::Object || bind.value == Value::List); ++i) {
+    checkWidth(bind.parts[i], nullptr);
+  }
+}
+
 cJSON *inputSchema(const Input &input) {
+  checkWidth(*input.bind, input.param);
   cJSON *schema = inputValue(*input.bind, input.param);
-  if (input.bind->required && input.place == Input::Place::Query && input.bind->value == Value::Number &&
-      !input.bind->ranged) {
+  if (input.bind->required && !input.eitherPlace && input.place == Input::Place::Query &&
+      input.bind->value == Value::Number && !input.bind->ranged) {
     cJSON *zero = cJSON_AddObjectToObject(schema, "not");
     cJSON_AddNumberToObject(zero, "const", 0);
   }

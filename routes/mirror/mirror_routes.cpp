@@ -170,9 +170,9 @@ constexpr Bind kIpAclParts[] = {kIpAclId, kIpAclName};
 // The IP ACL to attach: "acl-id" of the body (else of the query), else the
 // list that the body's "acl-name" names.
 constexpr Bind kAclIdInBody =
-    body("acl-id").described("The IP access list, by its number (1-99 standard, 100-199 extended)").example("150");
+    body("acl-id").of<uint32_t>().described("The IP access list, by its number (1-99 standard, 100-199 extended)").example("150");
 constexpr Bind kAclIdInQuery =
-    query("acl-id").described("The IP access list by its number, when the body gives none").example("150");
+    query("acl-id").of<uint32_t>().described("The IP access list by its number, when the body gives none").example("150");
 constexpr Bind kAclNameInBody =
     bodyText("acl-name", kInputText)
         .described("The IP access list by its name, when no number is given")

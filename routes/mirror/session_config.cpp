@@ -34,7 +34,7 @@ constexpr int64_t kL3 = 1;
 
 // The session document as GET writes it ...
 constexpr Bind kSessionId =
-    query("sessionId").needed().within(1, kSessions).described("The monitor session, by its number").example("1");
+    query("sessionId").of<uint64_t>().needed().within(1, kSessions).described("The monitor session, by its number").example("1");
 constexpr Bind kSessionShown = out("sessionId");
 constexpr Bind kModeShown = outChoice("mode", kMode);
 constexpr Bind kDestinationShown = outText("destination", kIntfNameText).orNull();
@@ -78,7 +78,7 @@ constexpr Bind kInterfacesRead =
         .described("The source interfaces, each with the direction it mirrors; empty when the session mirrors VLANs")
         .example(R"([{"interface": "1/0/1", "direction": "both"}, {"interface": "1/0/2", "direction": "rx"}])");
 constexpr Bind kVlanRead[] = {
-    body(nullptr).described("A source VLAN, by its ID; IDs outside 1-4093 are passed over").example("10")};
+    body(nullptr).of<uint32_t>().described("A source VLAN, by its ID; IDs outside 1-4093 are passed over").example("10")};
 constexpr Bind kVlansRead = bodyList("vlans", kVlanRead)
                                 .described("The source VLANs, by ID; empty when the session mirrors interfaces")
                                 .example("[]");

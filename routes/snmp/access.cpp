@@ -46,6 +46,7 @@ constexpr Bind kIpMaskRead =
                    "whose size ipv6PrefixLen gives")
         .example("\"255.255.255.0\"");
 constexpr Bind kPrefixRead = body("ipv6PrefixLen")
+                                 .of<uint32_t>()
                                  .orDecimalText()
                                  .inside(kCommunityObject)
                                  .described("The prefix length of an IPv6 managers' network, 0 to 128; 0 for IPv4")

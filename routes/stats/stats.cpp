@@ -29,7 +29,7 @@ constexpr Answering kWrite{&kStats, Mapping::OpenRc, AnswerStyle::Line, AnswerSt
 // The interface always comes from the query string, also on POST; a GET
 // names its counter in the request data, a POST in its body.
 constexpr Bind kIfNum =
-    query("ifNum").described("The interface, as the switch numbers it internally (intIfNum)").example("1");
+    query("ifNum").of<uint32_t>().described("The interface, as the switch numbers it internally (intIfNum)").example("1");
 constexpr Bind kCounterInQuery = queryChoice("counterId", kCounters)
                                      .via(kRequestDataUnsigned)
                                      .described("The counter, by name")
