@@ -175,8 +175,9 @@ void addUnusedBody(cJSON *operation) {
                           ("The route reads nothing of a body: any body of at most " + std::to_string(kMaxBodyBytes) +
                            " bytes is taken and not used (a longer one is refused with 10003).")
                               .c_str());
-  cJSON_AddObjectToObject(cJSON_AddObjectToObject(cJSON_AddObjectToObject(request, "content"), "application/json"),
-                          "schema");
+  cJSON *json = cJSON_AddObjectToObject(cJSON_AddObjectToObject(request, "content"), "application/json");
+  cJSON_AddObjectToObject(json, "schema");
+  cJSON_AddObjectToObject(json, "example");
 }
 
 void addRequestBody(cJSON *operation, int method, JsonPtr schema, JsonPtr example) {
