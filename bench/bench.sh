@@ -13,8 +13,14 @@
 #      for the request: receive, decode, dispatch, log, encode, send), less
 #      the model's own work (the simulated operations), each divided by the
 #      calls the simulator logged;
-#   3. HTTP requests a second through lighttpd, one and four clients (wrk),
-#      for the floor run as a CGI program and for the routes.
+#   3. the program as a FastCGI application: instructions per request in
+#      steady state (callgrind over many requests of one process, its
+#      start-up left out) next to a FastCGI floor (bench/min_fcgi.c: the
+#      floor's document from a libfcgi loop), CPU per request, and resident
+#      memory after 1,000 and after 100,000 requests;
+#   4. HTTP requests a second through lighttpd, one and four clients (wrk),
+#      for the floor as a CGI program, the FastCGI floor and the routes in
+#      both modes, two FastCGI processes each as ./run --fastcgi has them.
 #
 # Budgets are checked at the end; the exit status is 1 when one is missed.
 # Not a test: figures depend on the machine and on what else runs on it.
@@ -31,11 +37,15 @@ budget_all=2000000
 budget_client_call=4000
 budget_sim_call=10000
 budget_wall_ratio=6.25  # lldp/all-interface-status against the floor
+budget_fcgi_stat=50000  # GET stats/stat in FastCGI mode, steady state
+budget_fcgi_vs_cgi_floor=5   # times the floor CGI's rate, four clients
+budget_fcgi_vs_fcgi_floor=0.40  # of the FastCGI floor's rate, four clients
+budget_rss_growth_kib=1024
 
 runs=40 wrk_seconds=5
 [ "${1:-}" = --quick ] && runs=10 wrk_seconds=2
 
-"$root/scripts/deps" valgrind linux-perf wrk
+"$root/scripts/deps" valgrind linux-perf wrk libfcgi-bin
 "$root/scripts/build" >/dev/null
 
 work="$(mktemp -d /tmp/monbench.XXXXXX)"
@@ -76,6 +86,7 @@ start_simulator "$socket"
 
 gcc -O2 -Wall -Wextra "$root/bench/min.c" -lcjson -o "$work/min"
 gcc -O2 -Wall -Wextra -DCGI_HEADER "$root/bench/min.c" -lcjson -o "$work/min.cgi"
+gcc -O2 -Wall -Wextra "$root/bench/min_fcgi.c" -lcjson /usr/lib/x86_64-linux-gnu/libfcgi.a -o "$work/min.fcgi"
 
 floor=(PATH=/usr/bin:/bin "$work/min")
 
@@ -232,39 +243,160 @@ printf "$row" "simulator: the model's own work (sim::openapi*)" "$sim_model" "$(
 printf "$row" "simulator: receive, decode, dispatch, log, encode, send" "$((sim_total - sim_model))" "$sim_call"
 echo
 
-# HTTP through lighttpd: the floor as a CGI program beside the routes.
-port=
-for candidate in $(seq 18480 18520); do
-    if ! (exec 3<>"/dev/tcp/127.0.0.1/$candidate") 2>/dev/null; then port=$candidate; break; fi
+# ---- The program as a FastCGI application ----
+
+# Steady state: an application that cgi-fcgi starts on a socket of its own,
+# under callgrind with its instrumentation off through start-up and some
+# requests to warm up, then on for N requests, whose events are dumped: all
+# the process does for them, from accepting each to finishing it.
+fcgi_instructions() {  # NAME PROGRAM PATH: instructions per request
+    local name="$1" program="$2" path="$3" n=1000 warm=50
+    local app_socket="$work/$name.fcgi.sock" wrapper="$work/$name.vg" out="$work/cg.fcgi.$name"
+    cat >"$wrapper" <<WRAPPER
+#!/bin/sh
+exec env -i OPEN_RPC_SOCKET="$socket" MONITORING_ROOT="$sandbox" valgrind --tool=callgrind \
+    --callgrind-out-file="$out" --instr-atstart=no "$program" 2>"$out.valgrind"
+WRAPPER
+    chmod +x "$wrapper"
+    cgi-fcgi -start -connect "$app_socket" "$wrapper" >/dev/null
+    local vars=(REQUEST_URI="/api/v2/monitoring/$path" REQUEST_METHOD=GET QUERY_STRING="${path#*\?}"
+        HTTP_SESSION="$session" HTTP_REFRESH=1)
+    [[ "$path" == *\?* ]] || vars[2]=QUERY_STRING=
+    for _ in $(seq "$warm"); do env -i "${vars[@]}" cgi-fcgi -bind -connect "$app_socket" >"$work/answer.fcgi.$name"; done
+    local pid
+    pid="$(pgrep -f -- "--callgrind-out-file=$out " | head -1)"
+    callgrind_control -i on "$pid" >/dev/null
+    for _ in $(seq "$n"); do env -i "${vars[@]}" cgi-fcgi -bind -connect "$app_socket" >/dev/null; done
+    callgrind_control -d "$pid" >/dev/null
+    kill -TERM "$pid"
+    local total
+    total="$(sed -n 's/^summary: *//p' "$out".1 2>/dev/null)"
+    [ -n "$total" ] || { echo "bench: no callgrind total for FastCGI $name" >&2; cat "$out.valgrind" >&2; exit 1; }
+    echo $((total / n))
+}
+
+declare -A fcgi_instr
+fcgi_instr[floor]="$(fcgi_instructions floor "$work/min.fcgi" "")"
+for name in stat remote all; do
+    fcgi_instr[$name]="$(fcgi_instructions "$name" "$bin/monitoring_v2.cgi" "${paths[$name]}")"
+    check_answer "$work/answer.fcgi.$name"
 done
-[ -n "$port" ] || { echo "bench: no free port for lighttpd" >&2; exit 1; }
+
+# ---- HTTP through lighttpd ----
+
+free_port() {
+    local candidate
+    for candidate in $(seq "$1" $(($1 + 40))); do
+        if ! (exec 3<>"/dev/tcp/127.0.0.1/$candidate") 2>/dev/null; then echo "$candidate"; return; fi
+    done
+    echo "bench: no free port for lighttpd" >&2
+    exit 1
+}
+# A web server as scripts/serve configures it for MODE, with the matching
+# floor beside the program: /floor.cgi, or /floor.fcgi as two FastCGI processes.
+start_lighttpd() {  # MODE PORT
+    local mode="$1" port="$2" conf="$work/lighttpd-$1.conf"
+    local fill=(-e "s|@BIND@|127.0.0.1|g" -e "s|@PORT@|$port|g" -e "s|@DOCROOT@|$sandbox/www|g"
+        -e "s|@LOGDIR@|$work/$mode|g" -e "s|@CGI@|$bin/monitoring_v2.cgi|g" -e "s|@SOCKET@|$socket|g"
+        -e "s|@FCGI_SOCKET@|$work/$mode.api.sock|g" -e "s|@SANDBOX@|$sandbox|g"
+        -e "s|@API_CONF@|$work/lighttpd-api-$mode.conf|g")
+    mkdir -p "$work/$mode"
+    sed "${fill[@]}" "$root/web/lighttpd.conf.in" >"$conf"
+    sed "${fill[@]}" "$root/web/lighttpd-api-$mode.conf.in" >"$work/lighttpd-api-$mode.conf"
+    if [ "$mode" = cgi ]; then
+        printf '\n$HTTP["url"] == "/floor.cgi" { cgi.assign = ( ".cgi" => "" ) }\n' >>"$conf"
+    else
+        printf '\nfastcgi.server += ( "/floor.fcgi" => (( "bin-path" => "%s", "socket" => "%s", "max-procs" => 2, "check-local" => "disable" )) )\n' \
+            "$work/min.fcgi" "$work/floor.sock" >>"$conf"
+    fi
+    /usr/sbin/lighttpd -D -f "$conf" >"$work/lighttpd-$mode.out" 2>&1 &
+    pids+=($!)
+    local probe=floor.cgi
+    [ "$mode" = fastcgi ] && probe=floor.fcgi
+    for _ in $(seq 50); do
+        curl -fs -o /dev/null "http://127.0.0.1:$port/$probe" && return 0
+        sleep 0.1
+    done
+    echo "bench: lighttpd ($mode) does not answer; see $work/$mode/lighttpd-error.log" >&2
+    exit 1
+}
 cp "$work/min.cgi" "$sandbox/www/floor.cgi"
-sed -e "s|@BIND@|127.0.0.1|g" -e "s|@PORT@|$port|g" -e "s|@DOCROOT@|$sandbox/www|g" \
-    -e "s|@LOGDIR@|$work|g" -e "s|@CGI@|$bin/monitoring_v2.cgi|g" -e "s|@SOCKET@|$socket|g" \
-    -e "s|@SANDBOX@|$sandbox|g" "$root/web/lighttpd.conf.in" >"$work/lighttpd.conf"
-printf '\n$HTTP["url"] == "/floor.cgi" { cgi.assign = ( ".cgi" => "" ) }\n' >>"$work/lighttpd.conf"
-/usr/sbin/lighttpd -D -f "$work/lighttpd.conf" >"$work/lighttpd.out" 2>&1 &
-pids+=($!)
-for _ in $(seq 50); do
-    curl -fs -o /dev/null "http://127.0.0.1:$port/floor.cgi" && break
-    sleep 0.1
-done
+cgi_port="$(free_port 18480)"
+start_lighttpd cgi "$cgi_port"
+fcgi_port="$(free_port $((cgi_port + 1)))"
+start_lighttpd fastcgi "$fcgi_port"
+
 rate() {  # URL CONNECTIONS: requests a second, wrk's own figure
     wrk -t "$2" -c "$2" -d "${wrk_seconds}s" -H "Session: $session" -H "Refresh: 1" "$1" 2>&1 |
         awk '/Requests\/sec/ { print $2 }'
 }
-echo "HTTP requests a second through lighttpd on 127.0.0.1 (wrk, ${wrk_seconds} s each; ratio to the floor)"
-row='%-34s %10s %7s %10s %7s\n'
+# CPU seconds the program's FastCGI processes have used so far.
+fcgi_cpu_s() {
+    local total=0 pid
+    for pid in $(pgrep -f "^$bin/monitoring_v2.cgi\$"); do
+        total=$((total + $(awk '{ print $14 + $15 }' "/proc/$pid/stat")))
+    done
+    awk -v t="$total" -v hz="$(getconf CLK_TCK)" 'BEGIN { printf "%.4f", t / hz }'
+}
+fcgi_rss_kib() {
+    local pid
+    for pid in $(pgrep -f "^$bin/monitoring_v2.cgi\$"); do awk '/^VmRSS/ { printf "%s ", $2 }' "/proc/$pid/status"; done
+}
+# Requests the program's processes answered, from lighttpd's access log.
+answered() { grep -c 'GET /api/v2/monitoring/' "$work/fastcgi/lighttpd-access.log" 2>/dev/null || echo 0; }
+
+declare -A rate1 rate4 urls
+labels[floor_fcgi]="FastCGI floor: min_fcgi.c, 2 processes"
+for name in stat remote all; do labels[fcgi_$name]="${labels[$name]}, FastCGI"; done
+urls[floor]="http://127.0.0.1:$cgi_port/floor.cgi"
+urls[floor_fcgi]="http://127.0.0.1:$fcgi_port/floor.fcgi"
+for name in stat remote all; do
+    urls[$name]="http://127.0.0.1:$cgi_port/api/v2/monitoring/${paths[$name]}"
+    urls[fcgi_$name]="http://127.0.0.1:$fcgi_port/api/v2/monitoring/${paths[$name]}"
+done
+
+# Memory of the two processes after their first thousand requests and after
+# a hundred thousand.
+curl -fs -H "Session: $session" -H "Refresh: 1" -o /dev/null "${urls[fcgi_stat]}"
+while [ "$(answered)" -lt 1000 ]; do wrk -t 2 -c 2 -d 1s -H "Session: $session" -H "Refresh: 1" "${urls[fcgi_stat]}" >/dev/null 2>&1; done
+rss_early="$(fcgi_rss_kib)" count_early="$(answered)"
+
+# CPU per request of the program's processes, with one client.
+cpu_before="$(fcgi_cpu_s)" count_before="$(answered)"
+rate1[fcgi_stat]="$(rate "${urls[fcgi_stat]}" 1)"
+fcgi_cpu_ms="$(awk -v a="$cpu_before" -v b="$(fcgi_cpu_s)" -v n=$(($(answered) - count_before)) \
+    'BEGIN { printf "%.3f", (b - a) * 1000 / n }')"
+
+echo "The program as a FastCGI application (instructions: callgrind, per request over 1,000 requests of one"
+echo "process after 50 to warm up, all it does from accepting each to finishing it; CPU: with one client)"
+row='%-34s %12s %7s %9s\n'
+printf "$row" request instructions ratio "CPU ms"
+printf "$row" "${labels[floor_fcgi]%, 2 processes}" "${fcgi_instr[floor]}" 1.00 ""
+for name in stat remote all; do
+    printf "$row" "${labels[$name]}" "${fcgi_instr[$name]}" "$(ratio "${fcgi_instr[$name]}" "${fcgi_instr[floor]}")" \
+        "$([ "$name" = stat ] && echo "$fcgi_cpu_ms")"
+done
+echo
+
+echo "HTTP requests a second through lighttpd on 127.0.0.1 (wrk, ${wrk_seconds} s each; ratio to the floor CGI)"
+row='%-40s %10s %7s %10s %7s\n'
 printf "$row" request "1 client" ratio "4 clients" ratio
-declare -A rate1 rate4
-for name in "${names[@]}"; do
-    url="http://127.0.0.1:$port/api/v2/monitoring/${paths[$name]:-}"
-    [ "$name" = floor ] && url="http://127.0.0.1:$port/floor.cgi"
-    rate1[$name]="$(rate "$url" 1)"
-    rate4[$name]="$(rate "$url" 4)"
+for name in floor floor_fcgi stat fcgi_stat remote fcgi_remote all fcgi_all; do
+    [ -n "${rate1[$name]:-}" ] || rate1[$name]="$(rate "${urls[$name]}" 1)"
+    rate4[$name]="$(rate "${urls[$name]}" 4)"
     printf "$row" "${labels[$name]}" "${rate1[$name]}" "$(ratio "${rate1[$name]}" "${rate1[floor]}")" \
         "${rate4[$name]}" "$(ratio "${rate4[$name]}" "${rate4[floor]}")"
 done
+echo
+
+while [ "$(answered)" -lt 200000 ]; do
+    wrk -t 4 -c 4 -d 5s -H "Session: $session" -H "Refresh: 1" "${urls[fcgi_stat]}" >/dev/null 2>&1
+done
+rss_late="$(fcgi_rss_kib)" count_late="$(answered)"
+rss_growth="$(awk -v a="$rss_early" -v b="$rss_late" 'BEGIN { n = split(a, x, " "); split(b, y, " ");
+    for (i = 1; i <= n; i++) if (y[i] - x[i] > m) m = y[i] - x[i]; print m + 0 }')"
+echo "Resident memory of the two FastCGI processes (KiB): $rss_early after $count_early requests of both,"
+echo "$rss_late after $count_late; the most either grew: $rss_growth KiB"
 echo
 
 failed=0
@@ -283,4 +415,18 @@ budget "GET lldp/all-interface-status, instructions" "${instr[all]}" "$budget_al
 budget "client instructions per OpEN call" "$client_call" "$budget_client_call"
 budget "simulator instructions per OpEN call, model aside" "$sim_call" "$budget_sim_call"
 budget "GET lldp/all-interface-status wall time, floors" "$(ratio "${wall[all]}" "${wall[floor]}")" "$budget_wall_ratio"
+budget "GET stats/stat, FastCGI, instructions a request" "${fcgi_instr[stat]}" "$budget_fcgi_stat"
+atleast() {  # LABEL VALUE LIMIT
+    if awk -v v="$2" -v l="$3" 'BEGIN { exit !(v >= l) }'; then
+        printf '%-58s %12s >= %-10s PASS\n' "$1" "$2" "$3"
+    else
+        printf '%-58s %12s >= %-10s FAIL\n' "$1" "$2" "$3"
+        failed=1
+    fi
+}
+atleast "GET stats/stat, FastCGI, 4 clients, times the floor CGI" "$(ratio "${rate4[fcgi_stat]}" "${rate4[floor]}")" \
+    "$budget_fcgi_vs_cgi_floor"
+atleast "GET stats/stat, FastCGI, 4 clients, of the FastCGI floor" \
+    "$(ratio "${rate4[fcgi_stat]}" "${rate4[floor_fcgi]}")" "$budget_fcgi_vs_fcgi_floor"
+budget "FastCGI resident memory growth, KiB, 1,000 to 100,000 requests" "$rss_growth" "$budget_rss_growth_kib"
 exit "$failed"
