@@ -265,9 +265,9 @@ WRAPPER
     for _ in $(seq "$warm"); do env -i "${vars[@]}" cgi-fcgi -bind -connect "$app_socket" >"$work/answer.fcgi.$name"; done
     local pid
     pid="$(pgrep -f -- "--callgrind-out-file=$out " | head -1)"
-    callgrind_control -i on "$pid" >/dev/null
+    callgrind_control -i on "$pid" >/dev/null 2>&1
     for _ in $(seq "$n"); do env -i "${vars[@]}" cgi-fcgi -bind -connect "$app_socket" >/dev/null; done
-    callgrind_control -d "$pid" >/dev/null
+    callgrind_control -d "$pid" >/dev/null 2>&1
     kill -TERM "$pid"
     local total
     total="$(sed -n 's/^summary: *//p' "$out".1 2>/dev/null)"
@@ -343,7 +343,11 @@ fcgi_rss_kib() {
     for pid in $(pgrep -f "^$bin/monitoring_v2.cgi\$"); do awk '/^VmRSS/ { printf "%s ", $2 }' "/proc/$pid/status"; done
 }
 # Requests the program's processes answered, from lighttpd's access log.
-answered() { grep -c 'GET /api/v2/monitoring/' "$work/fastcgi/lighttpd-access.log" 2>/dev/null || echo 0; }
+answered() {
+    local n
+    n="$(grep -c 'GET /api/v2/monitoring/' "$work/fastcgi/lighttpd-access.log" 2>/dev/null)" || true
+    echo "${n:-0}"
+}
 
 declare -A rate1 rate4 urls
 labels[floor_fcgi]="FastCGI floor: min_fcgi.c, 2 processes"

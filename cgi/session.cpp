@@ -11,7 +11,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 
 #include "log/log.h"
 #include "log/paths.h"
@@ -36,11 +35,6 @@ constexpr size_t kRewriteSize = 256;
 constexpr const char *kAdminLine = "admin\n";
 constexpr int kLockWaitMs = 3000;
 constexpr int kLockRetryMs = 10;
-
-struct FileCloser {
-  void operator()(FILE *file) const { fclose(file); }
-};
-using FilePtr = std::unique_ptr<FILE, FileCloser>;
 
 struct SessionLines {
   char user[kLineSize];
@@ -68,37 +62,61 @@ const char *sessionFilePath(const char *id, char *path, char *rooted, size_t roo
 }
 
 // Only a regular file is a session. Anything else is refused without
-// blocking: opening a FIFO for reading would wait for a writer for ever.
-FILE *openSessionFile(const char *path) {
-  if (path == nullptr) return nullptr;
+// blocking: opening a FIFO for reading would wait for a writer for ever. A
+// regular file is read and written alike whether or not it was opened
+// non-blocking, so it stays as it was opened.
+int openSessionFile(const char *path) {
+  if (path == nullptr) return -1;
   int fd = open(path, O_RDWR | O_NONBLOCK | O_CLOEXEC);
-  if (fd < 0) return nullptr;
+  if (fd < 0) return -1;
   struct stat info;
-  FILE *file = nullptr;
-  if (fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && fcntl(fd, F_SETFL, 0) == 0) file = fdopen(fd, "r+");
-  if (file == nullptr) close(fd);
-  return file;
+  if (fstat(fd, &info) == 0 && S_ISREG(info.st_mode)) return fd;
+  close(fd);
+  return -1;
 }
+
+struct FileCloser {
+  int fd;
+  ~FileCloser() {
+    if (fd >= 0) close(fd);
+  }
+};
 
 // The login page holds the lock only for a moment; a holder that never lets
 // go must not hold the web server's CGI slot with it.
-bool lockSessionFile(FILE *file) {
+bool lockSessionFile(int fd) {
   for (int waited = 0;; waited += kLockRetryMs) {
-    if (flock(fileno(file), LOCK_EX | LOCK_NB) == 0) return true;
+    if (flock(fd, LOCK_EX | LOCK_NB) == 0) return true;
     if (errno != EWOULDBLOCK && errno != EINTR) return false;
     if (waited >= kLockWaitMs) return false;
     usleep(kLockRetryMs * 1000);
   }
 }
 
+// The start of the file, as far as the lines the check reads can reach, read
+// at once; its lines are taken from it as fgets would take them.
+struct SessionText {
+  char bytes[kLineSize + kLineSize + kPrivilegeSize];
+  size_t length = 0;
+  size_t at = 0;
+};
+
+void readSessionText(int fd, SessionText *text) {
+  ssize_t got = pread(fd, text->bytes, sizeof text->bytes, 0);
+  text->length = got > 0 ? static_cast<size_t>(got) : 0;
+}
+
 // A line must end with its newline within its limit: a longer one would
 // carry on into the next read, and a user name could then supply its own
 // time stamp and privilege.
-bool readLine(char *buf, size_t size, FILE *file) {
-  if (fgets(buf, static_cast<int>(size), file) == nullptr) {
-    buf[0] = '\0';
-    return false;
+bool readLine(char *buf, size_t size, SessionText *text) {
+  size_t taken = 0;
+  while (taken + 1 < size && text->at < text->length) {
+    char c = text->bytes[text->at++];
+    buf[taken++] = c;
+    if (c == '\n') break;
   }
+  buf[taken] = '\0';
   size_t length = strlen(buf);
   return length > 0 && buf[length - 1] == '\n';
 }
@@ -106,12 +124,12 @@ bool readLine(char *buf, size_t size, FILE *file) {
 bool isAdmin(const SessionLines &lines) { return strcmp(lines.user, kAdminLine) == 0; }
 
 // False when a line the check reads is missing or overruns its limit.
-bool readSessionLines(FILE *file, SessionLines *lines) {
-  bool whole = readLine(lines->user, sizeof lines->user, file);
-  whole = readLine(lines->stamp, sizeof lines->stamp, file) && whole;
+bool readSessionLines(SessionText *text, SessionLines *lines) {
+  bool whole = readLine(lines->user, sizeof lines->user, text);
+  whole = readLine(lines->stamp, sizeof lines->stamp, text) && whole;
   lines->privilege[0] = '\0';
   if (!isAdmin(*lines)) {
-    whole = readLine(lines->privilege, sizeof lines->privilege, file) && whole;
+    whole = readLine(lines->privilege, sizeof lines->privilege, text) && whole;
   }
   return whole;
 }
@@ -140,9 +158,9 @@ bool isExpired(long uptime, long stamp) {
 
 // The file is rewritten from its start but not shortened: a shorter text
 // leaves the old tail behind it, which the readers never look at.
-bool writeBack(FILE *file, const char *text) {
+bool writeBack(int fd, const char *text) {
   size_t len = strlen(text);
-  return fseek(file, 0, SEEK_SET) == 0 && fwrite(text, 1, len, file) == len && fflush(file) == 0;
+  return pwrite(fd, text, len, 0) == static_cast<ssize_t>(len);
 }
 
 void formatRefreshed(const SessionLines &lines, long uptime, const char *id, char *text) {
@@ -163,17 +181,19 @@ int checkSessionX(const char *sessionId, const char *refresh, const httpdRouteEn
   char path[kSessionPathSize];
   char rooted[PATH_MAX];
   const char *filePath = sessionFilePath(sessionId, path, rooted, sizeof rooted);
-  FilePtr file(openSessionFile(filePath));
-  if (!file) {
+  FileCloser file{openSessionFile(filePath)};
+  if (file.fd < 0) {
     LOG_DEBUG("%s file not exsits, ignore\n", filePath != nullptr ? filePath : path);
     return -1;
   }
-  if (!lockSessionFile(file.get())) {
+  if (!lockSessionFile(file.fd)) {
     LOG_ERROR("File lock failed\n");
     return -1;
   }
+  SessionText text;
+  readSessionText(file.fd, &text);
   SessionLines lines;
-  if (!readSessionLines(file.get(), &lines)) {
+  if (!readSessionLines(&text, &lines)) {
     LOG_ERROR("Session file line missing or longer than its limit, refused\n");
     return -1;
   }
@@ -200,15 +220,15 @@ int checkSessionX(const char *sessionId, const char *refresh, const httpdRouteEn
   }
   // Polling requests carry HTTP_REFRESH so that they do not keep a session alive.
   if (refresh == nullptr) {
-    char text[kRewriteSize];
-    formatRefreshed(lines, uptime, sessionId, text);
-    if (writeBack(file.get(), text)) {
-      LOG_DEBUG("Token update to file. (%s)\r\n", text);
+    char refreshed[kRewriteSize];
+    formatRefreshed(lines, uptime, sessionId, refreshed);
+    if (writeBack(file.fd, refreshed)) {
+      LOG_DEBUG("Token update to file. (%s)\r\n", refreshed);
     } else {
       LOG_ERROR("Token update failed\r\n");
     }
   }
-  if (flock(fileno(file.get()), LOCK_UN) != 0) {
+  if (flock(file.fd, LOCK_UN) != 0) {
     LOG_ERROR("File unlock failed\n");
     return -1;
   }

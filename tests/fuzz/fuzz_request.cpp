@@ -13,10 +13,12 @@
 #include <cstring>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <vector>
 
 #include "tests/fuzz/in_process_program.h"
+#include "open/client.h"
 #include "open/startup.h"
 #include "open/raii.h"
 
@@ -286,6 +288,22 @@ void exitDuringRequest() {
   abort();
 }
 
+// One request of an input as the web server passes it: its answer, which
+// must be one the web server can take; NULL when the input is none.
+std::optional<std::string> answerOf(const FuzzRequest &request) {
+  const RouteRef &route = harness->routes[request.route % harness->routes.size()];
+  CgiEnvironment env = environmentFor(request, route);
+  if (claimsHugeBody(env.contentLength)) return std::nullopt;
+  routetest::InProcessProgram &program = harness->program;
+  if (request.has(request_flags::kScriptField)) program.script(request.script, kMaxScriptLines);
+  program.sandbox().writeSessions();
+  applyEnvironment(env);
+  std::string answer = captureRequest(program.table(), request.body, inRequest);
+  if (const char *problem = cgiAnswerProblem(answer, env.uri.value_or(""))) fail(problem, env, request.body, answer);
+  if (clientHandle.stalled) fail("the simulated switch did not answer within the client's time", env, request.body, answer);
+  return answer;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
@@ -294,19 +312,49 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***) {
   return 0;
 }
 
+#ifndef FUZZ_PERSISTENT
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   FuzzRequest request;
-  if (!decodeRequest(data, size, request)) return 0;
-  const RouteRef &route = harness->routes[request.route % harness->routes.size()];
-  CgiEnvironment env = environmentFor(request, route);
-  if (claimsHugeBody(env.contentLength)) return 0;
-  routetest::InProcessProgram &program = harness->program;
-  if (request.has(request_flags::kScriptField)) program.script(request.script, kMaxScriptLines);
-  program.sandbox().writeSessions();
-  applyEnvironment(env);
-  std::string answer = captureRequest(program.table(), request.body, inRequest);
-  if (const char *problem = cgiAnswerProblem(answer, env.uri.value_or(""))) fail(problem, env, request.body, answer);
-  if (clientHandle.stalled) fail("the simulated switch did not answer within the client's time", env, request.body, answer);
-  program.reset();
+  if (decodeRequest(data, size, request)) answerOf(request);
+  harness->program.reset();
   return 0;
 }
+
+#else
+
+// The persistent target: an input is up to kMaxRequests requests, separated
+// by kNextRequest, that one program answers one after another as a FastCGI
+// application does, the switch keeping what each request set. A GET that
+// no script of the input has made fail must answer alike when it comes
+// again at once: nothing of one request may reach the next.
+constexpr std::string_view kNextRequest = "\x01next\x01";
+constexpr size_t kMaxRequests = 8;
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+  std::string_view rest(reinterpret_cast<const char *>(data), size);
+  bool scripted = false;
+  for (size_t n = 0; n < kMaxRequests && !rest.empty(); ++n) {
+    size_t end = rest.find(kNextRequest);
+    std::string_view piece = rest.substr(0, end);
+    rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + kNextRequest.size());
+    FuzzRequest request;
+    if (!decodeRequest(reinterpret_cast<const uint8_t *>(piece.data()), piece.size(), request)) continue;
+    scripted = scripted || request.has(request_flags::kScriptField);
+    openapiClientRequestBegins(&clientHandle);
+    std::optional<std::string> first = answerOf(request);
+    const RouteRef &route = harness->routes[request.route % harness->routes.size()];
+    bool plainRead = !scripted && route.method == HTTPD_GET && !request.has(request_flags::kMethodField);
+    if (!first || !plainRead) continue;
+    openapiClientRequestBegins(&clientHandle);
+    std::optional<std::string> again = answerOf(request);
+    if (again != first) {
+      CgiEnvironment env = environmentFor(request, route);
+      fail("the same read answered otherwise when it came again", env, request.body, again.value_or(""));
+    }
+  }
+  harness->program.reset();
+  return 0;
+}
+
+#endif
