@@ -404,14 +404,13 @@ echo "$rss_late after $count_late; the most either grew: $rss_growth KiB"
 echo
 
 failed=0
-budget() {  # LABEL VALUE LIMIT
-    if awk -v v="$2" -v l="$3" 'BEGIN { exit !(v <= l) }'; then
-        printf '%-58s %12s <= %-10s PASS\n' "$1" "$2" "$3"
-    else
-        printf '%-58s %12s <= %-10s FAIL\n' "$1" "$2" "$3"
-        failed=1
-    fi
+check() {  # LABEL VALUE <=|>= LIMIT
+    local verdict=PASS
+    awk -v v="$2" -v l="$4" -v op="$3" 'BEGIN { exit !(op == "<=" ? v <= l : v >= l) }' || verdict=FAIL failed=1
+    printf '%-58s %12s %s %-10s %s\n' "$1" "$2" "$3" "$4" "$verdict"
 }
+budget() { check "$1" "$2" "<=" "$3"; }   # LABEL VALUE LIMIT
+atleast() { check "$1" "$2" ">=" "$3"; }  # LABEL VALUE LIMIT
 echo "Budgets"
 budget "GET stats/stat, instructions" "${instr[stat]}" "$budget_stat"
 budget "GET lldp/remote-device, instructions" "${instr[remote]}" "$budget_remote"
@@ -420,14 +419,6 @@ budget "client instructions per OpEN call" "$client_call" "$budget_client_call"
 budget "simulator instructions per OpEN call, model aside" "$sim_call" "$budget_sim_call"
 budget "GET lldp/all-interface-status wall time, floors" "$(ratio "${wall[all]}" "${wall[floor]}")" "$budget_wall_ratio"
 budget "GET stats/stat, FastCGI, instructions a request" "${fcgi_instr[stat]}" "$budget_fcgi_stat"
-atleast() {  # LABEL VALUE LIMIT
-    if awk -v v="$2" -v l="$3" 'BEGIN { exit !(v >= l) }'; then
-        printf '%-58s %12s >= %-10s PASS\n' "$1" "$2" "$3"
-    else
-        printf '%-58s %12s >= %-10s FAIL\n' "$1" "$2" "$3"
-        failed=1
-    fi
-}
 atleast "GET stats/stat, FastCGI, 4 clients, times the floor CGI" "$(ratio "${rate4[fcgi_stat]}" "${rate4[floor]}")" \
     "$budget_fcgi_vs_cgi_floor"
 atleast "GET stats/stat, FastCGI, 4 clients, of the FastCGI floor" \

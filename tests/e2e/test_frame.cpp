@@ -16,9 +16,10 @@ class FrameTest : public SwitchTest {};
 TEST_F(FrameTest, RoutesAndSessionsDecideWhoGetsWhichAnswer) {
   const std::string admin = adminSession_, ro = login("guest", "ro"), expired = login("admin", "", 7201);
   const std::string forbidden = "Status:403\r\n\r\n";
+  const std::string longBody = R"({"sysLocation":")" + std::string(64 * 1024, 'x') + R"("})";
   const struct {
     const char *session, *method;
-    std::string uri, out;
+    std::string uri, out, body = "";
   } cases[] = {
       {admin.c_str(), "GET", "/api/v2/monitoring/stats/Stat", ""},
       {admin.c_str(), "POST", "/api/v2/monitoring/stats/stat", ""},
@@ -30,14 +31,19 @@ TEST_F(FrameTest, RoutesAndSessionsDecideWhoGetsWhichAnswer) {
       {ro.c_str(), "get", kSnapshot, reply(17002, "Unsupported Feature")},  // a read-only user reads
       {ro.c_str(), "POST", "/api/v2/monitoring/stats/reset-all-interfaces-stats", forbidden},  // but does not write
       {expired.c_str(), "GET", kStat, forbidden},
+      // A body above 64 KiB is refused unread, as the route refuses what it cannot take.
+      {admin.c_str(), "PUT", "/api/v2/monitoring/snmp/sys-location", reply(10003, "Invalid argument") + "\n", longBody},
+      {admin.c_str(), "GET", "/api/v2/monitoring/snmp/sys-location", reply(0, "Success", "snmp", R"({"sysLocation":""})")},
   };
   for (const auto &c : cases) {
     SCOPED_TRACE(std::string(c.session ? c.session : "no session") + " " + c.method + " " + c.uri);
-    ProcessResult result = cgi({.method = c.method, .uri = c.uri, .session = c.session});
+    ProcessResult result = cgi({.method = c.method, .uri = c.uri, .body = c.body, .session = c.session});
     EXPECT_EQ(result.out, c.out);
     EXPECT_EQ(result.status, 0);
   }
   EXPECT_EQ(readFile("/tmp/session/" + expired), "") << "an expired session file is removed";
+  std::string refusal = "] body of " + std::to_string(longBody.size()) + " bytes refused, the most a request may send";
+  EXPECT_NE(readFile("/tmp/zr301.log").find(refusal), std::string::npos);
 }
 
 TEST_F(FrameTest, StartUpAsksForVersionsAndServesWhenTheyFail) {
