@@ -40,7 +40,9 @@ constexpr int kCallTimeoutMs = 5000;
 // Most answers fit here; a larger one moves to the heap.
 constexpr size_t kReplyOnStack = 4096;
 
-enum class Io { Done, Failed, TimedOut };
+// Closed: the server had closed the connection before a byte of the call
+// went out (it restarted since the connection was opened).
+enum class Io { Done, Failed, TimedOut, Closed };
 
 long long nowMs() {
   timespec now{};
@@ -81,6 +83,7 @@ int connectServer() {
 }
 
 Io sendAll(int fd, const char *data, size_t length, long long deadlineMs) {
+  const size_t whole = length;
   while (length > 0) {
     ssize_t sent = send(fd, data, length, MSG_NOSIGNAL);
     if (sent > 0) {
@@ -94,7 +97,8 @@ Io sendAll(int fd, const char *data, size_t length, long long deadlineMs) {
       if (ready != Io::Done) return ready;
       continue;
     }
-    return Io::Failed;
+    bool closed = sent < 0 && (errno == EPIPE || errno == ECONNRESET) && length == whole;
+    return closed ? Io::Closed : Io::Failed;
   }
   return Io::Done;
 }
@@ -151,12 +155,21 @@ void disconnect(openapiClientHandle_t *client) {
 }
 
 // Sends `request` and reads the answer frame within the operation's time.
+// A connection kept from an earlier call that the server has closed since
+// is opened again once: the call had not reached anyone.
 Io exchange(openapiClientHandle_t *client, const WireBuffer &request, int timeoutMs, ReplyBuffer &reply,
             size_t *length) {
   long long deadline = nowMs() + timeoutMs;
-  if (client->fd < 0) client->fd = connectServer();
+  bool reused = client->fd >= 0;
+  if (!reused) client->fd = connectServer();
   if (client->fd < 0) return Io::Failed;
   Io sent = sendAll(client->fd, request.data(), request.size(), deadline);
+  if (sent == Io::Closed && reused) {
+    disconnect(client);
+    client->fd = connectServer();
+    if (client->fd < 0) return Io::Failed;
+    sent = sendAll(client->fd, request.data(), request.size(), deadline);
+  }
   return sent == Io::Done ? receiveFrame(client->fd, deadline, reply, length) : sent;
 }
 
@@ -190,13 +203,7 @@ open_error_t openapiClientRegister(const char *clientName, openapiClientHandle_t
 }
 
 void openapiClientRequestBegins(openapiClientHandle_t *client) {
-  if (client == nullptr) return;
-  client->stalled = 0;
-  if (client->fd < 0) return;
-  // The server answers only what it is asked: anything readable between two
-  // requests is its end of the connection going away, or noise after it.
-  pollfd p{client->fd, POLLIN, 0};
-  if (poll(&p, 1, 0) != 0) disconnect(client);
+  if (client != nullptr) client->stalled = 0;
 }
 
 open_error_t openapiClientTearDown(openapiClientHandle_t *clientHandle) {

@@ -5,8 +5,8 @@
 // equivalent there.
 #include "open/openapi.h"
 
-// Called as each request begins. A call of an earlier request that ran out
-// of time no longer fails this request's calls at once, and a connection
-// that the server has closed meanwhile (it restarted) is dropped, so that
-// the next call opens a new one instead of failing on the old.
+// Called as each request begins: a call of an earlier request that ran out
+// of time no longer fails this request's calls at once. (A connection that
+// the server has closed meanwhile, as when it restarted, is opened again by
+// the first call that finds it closed.)
 void openapiClientRequestBegins(openapiClientHandle_t *client);

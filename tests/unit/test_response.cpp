@@ -88,7 +88,12 @@ const EnvelopeCase kEnvelopeCases[] = {
     {10003, "stats", "{\"a\":1}", envelope("", "10003", "Invalid argument", "fail")},
     {10003, "stats", "not json at all", envelope("", "10003", "Invalid argument", "fail")},
     {11000, nullptr, nullptr, envelope("", "11000", "", "fail")},
-    {-7, nullptr, nullptr, envelope("", "-7", "Failed to allocate memory", "fail")}};
+    {-7, nullptr, nullptr, envelope("", "-7", "Failed to allocate memory", "fail")},
+    // Nested objects, objects in lists, an empty object, texts with what JSON escapes, a number past 2^53.
+    {0, "mirror", R"({"a":{"b":[{"c":"x\ny\"z"},{}],"d":{}},"e":18446744073709551615})",
+     "{\n\t\"mirror\":\t{\n\t\t\"a\":\t{\n\t\t\t\"b\":\t[{\n\t\t\t\t\t\"c\":\t\"x\\ny\\\"z\"\n\t\t\t\t}, {\n\t\t\t\t}],\n"
+     "\t\t\t\"d\":\t{\n\t\t\t}\n\t\t},\n\t\t\"e\":\t1.8446744073709552e+19\n\t},\n\t\"resp\":\t{\n"
+     "\t\t\"respCode\":\t0,\n\t\t\"respMsg\":\t\"Success\",\n\t\t\"status\":\t\"success\"\n\t}\n}"}};
 
 // Both builders print the same text; the previous answer is the builder's to
 // free (the sanitizers see a leak otherwise), the buffer gets no terminator.
@@ -102,6 +107,22 @@ TEST(EnvelopeTest, PrintsTheFormattedEnvelope) {
     std::string buffer(c.expected.size() + 8, '#');
     ASSERT_EQ(responseJsonStr(c.code, c.dataKey, c.dataText, buffer.data()), 0);
     EXPECT_EQ(buffer, c.expected + std::string(8, '#'));
+    // The answers' own builder puts the envelope together around the data's print.
+    JsonPtr data(c.dataText ? cJSON_Parse(c.dataText) : nullptr);
+    if (c.dataText != nullptr && !data) continue;
+    char *fromTree = strdup("previous answer");
+    ASSERT_EQ(responseJsonTreeStr(c.code, c.dataKey, data.get(), &fromTree), 0);
+    EXPECT_EQ(CText(fromTree).get(), c.expected);
+  }
+}
+
+// Every message of the table prints as cJSON would print it.
+TEST(EnvelopeTest, EveryCodeComposesAsCJsonPrintsIt) {
+  for (const CodeMessage &entry : resultCodeTable()) {
+    char *printed = nullptr, *composed = nullptr;
+    ASSERT_EQ(responseJsonRreallocStr(entry.code, nullptr, nullptr, &printed), 0);
+    ASSERT_EQ(responseJsonTreeStr(entry.code, nullptr, nullptr, &composed), 0);
+    EXPECT_EQ(std::string(CText(composed).get()), CText(printed).get()) << entry.code;
   }
 }
 
