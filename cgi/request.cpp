@@ -10,7 +10,6 @@
 namespace {
 
 constexpr size_t kQueryCopyLimit = 8192;
-constexpr size_t kSplitGrowth = 10;
 
 bool isMethod(const char *method, const char *name) { return method != nullptr && strcmp(method, name) == 0; }
 bool hasQueryData(const char *method) { return isMethod(method, "GET") || isMethod(method, "DELETE"); }
@@ -51,25 +50,6 @@ char *readBody(size_t len, Request::ByteSource nextByte, void *source, size_t *s
   return body;
 }
 
-char *copyPiece(const char *start, size_t len) {
-  auto *piece = static_cast<char *>(malloc(len + 1));
-  if (piece != nullptr) {
-    memcpy(piece, start, len);
-    piece[len] = '\0';
-  }
-  return piece;
-}
-
-// Keeps room for the terminating NULL; a failure to grow ends the process.
-char **ensureRoom(char **array, size_t count, size_t *capacity) {
-  if (count + 1 < *capacity) return array;
-  size_t grown = *capacity + kSplitGrowth;
-  auto *bigger = static_cast<char **>(realloc(array, grown * sizeof(char *)));
-  if (bigger == nullptr) exit(1);
-  *capacity = grown;
-  return bigger;
-}
-
 // The one reader of query keys: the first piece that holds `key`, and the
 // value after its first "=" or after the key's own "<key>=".
 const char *findQueryValue(char **pieces, const char *key, KeyMatch match) {
@@ -90,33 +70,32 @@ const char *findQueryValue(char **pieces, const char *key, KeyMatch match) {
 
 }  // namespace
 
+// One allocation holds the pointers and, after them, a copy of the text
+// with every "&" made a terminator: the pieces cost no allocation of their
+// own, and the array is freed whole.
 char **queryStringSplit(const char *text) {
   if (text == nullptr) return nullptr;
-  size_t capacity = kSplitGrowth;
-  auto *array = static_cast<char **>(malloc(capacity * sizeof(char *)));
+  size_t length = strlen(text);
+  size_t pieces = 1;
+  for (const char *amp = strchr(text, '&'); amp != nullptr; amp = strchr(amp + 1, '&')) ++pieces;
+  // pieces <= length + 1, so the size cannot wrap for a text that exists.
+  size_t pointerBytes = (pieces + 1) * sizeof(char *);
+  auto *array = static_cast<char **>(malloc(pointerBytes + length + 1));
   if (array == nullptr) return nullptr;
+  char *copy = reinterpret_cast<char *>(array) + pointerBytes;
+  memcpy(copy, text, length + 1);
   size_t count = 0;
-  for (const char *start = text;; ++start) {
-    const char *amp = strchr(start, '&');
-    size_t len = amp != nullptr ? static_cast<size_t>(amp - start) : strlen(start);
-    array = ensureRoom(array, count, &capacity);
-    array[count] = copyPiece(start, len);
-    if (array[count] == nullptr) {
-      queryStringFree(array);
-      return nullptr;
-    }
-    array[++count] = nullptr;
-    if (amp == nullptr) break;
-    start = amp;
+  for (char *start = copy;; ++start) {
+    array[count++] = start;
+    start = strchr(start, '&');
+    if (start == nullptr) break;
+    *start = '\0';
   }
+  array[count] = nullptr;
   return array;
 }
 
-void queryStringFree(char **array) {
-  if (array == nullptr) return;
-  for (char **entry = array; *entry != nullptr; ++entry) free(*entry);
-  free(array);
-}
+void queryStringFree(char **array) { free(array); }
 
 char *queryParamValue(const char *key, char **array) {
   return const_cast<char *>(findQueryValue(array, key, KeyMatch::Contained));
@@ -150,8 +129,7 @@ const char *Request::findIn(QueryArray &pieces, const char *key, KeyMatch match)
 const char *Request::queryValue(const char *key, KeyMatch match) {
   if (!querySplitDone_) {
     querySplitDone_ = true;
-    queryCopy_.reset(fields_.query != nullptr ? strdup(fields_.query) : nullptr);
-    querySplit_.reset(queryCopy_ ? queryStringSplit(queryCopy_.get()) : nullptr);
+    querySplit_.reset(queryStringSplit(fields_.query));
   }
   return findIn(querySplit_, key, match);
 }

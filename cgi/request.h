@@ -82,7 +82,6 @@ class Request {
   size_t announced_ = 0;
   CText requestData_;
   size_t requestDataLength_ = 0;
-  CText queryCopy_;
   QueryArray querySplit_;
   bool querySplitDone_ = false;
   QueryArray requestSplit_;

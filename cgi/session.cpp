@@ -4,25 +4,27 @@
 #include <limits.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/sysinfo.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 
 #include "log/log.h"
 #include "log/paths.h"
 
 sessionUptimeFn sessionUptimeSource = sessionSystemUptime;
 
+// The kernel's uptime as sysinfo(2) gives it, a started second counting as
+// whole, read through the vDSO: no system call a request.
 int sessionSystemUptime(long *uptime) {
-  struct sysinfo info;
-  if (sysinfo(&info) != 0) {
+  timespec boot{};
+  if (clock_gettime(CLOCK_BOOTTIME, &boot) != 0) {
     return -1;
   }
-  *uptime = info.uptime;
+  *uptime = static_cast<long>(boot.tv_sec) + (boot.tv_nsec != 0 ? 1 : 0);
   return 0;
 }
 

@@ -13,6 +13,12 @@ namespace route {
 int64_t choiceValue(const ChoiceTable &table, const char *text);
 const char *choiceText(const ChoiceTable &table, uint64_t value);
 
+// An integer as an answer member, printed as cJSON prints the double it
+// makes (precision past 2^53 is lost as it always was).
+constexpr uint64_t kDigitsExact = 1000000000000000;  // 10^15
+cJSON *integerNumber(uint64_t value);
+cJSON *integerNumber(int64_t value);
+
 // Gives the slot a zero-filled buffer of `capacity` bytes (and one more, so
 // that a text OpEN fills to the brim still ends) described to OpEN as `size`.
 void allocateBuffer(Slot &slot, uint32_t capacity, uint32_t size);

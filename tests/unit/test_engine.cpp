@@ -3,12 +3,15 @@
 // wrong. Then the bounds of the walks over OpEN tables.
 #include <gtest/gtest.h>
 
+#include <climits>
+#include <string>
 #include <vector>
 
 #include <cstring>
 
 #include "routes/engine/address.h"
 #include "routes/engine/engine.h"
+#include "routes/engine/values.h"
 #include "routes/engine/walk.h"
 
 namespace {
@@ -98,3 +101,22 @@ TEST(AddressTest, TextThatIsNoAddressLeavesAnEmptyRecord) {
 }
 
 }  // namespace
+
+// Integers printed from their digits must read exactly as cJSON prints the
+// double: on both sides of int's range, of 10^15 and of 2^53.
+TEST(IntegerNumberTest, PrintsAsCJsonPrintsTheDouble) {
+  const int64_t kSigned[] = {0, -1, 7, INT32_MAX, INT32_MIN, int64_t{INT32_MAX} + 1, int64_t{INT32_MIN} - 1,
+                             999999999999999, -999999999999999, 1000000000000000, INT64_MIN, INT64_MAX};
+  const uint64_t kUnsigned[] = {190874412379, 999999999999999, 1000000000000000, (uint64_t{1} << 53) + 1, UINT64_MAX};
+  auto printed = [](cJSON *item) {
+    JsonPtr owner(item);
+    CText text(cJSON_PrintUnformatted(item));
+    return std::string(text.get());
+  };
+  for (int64_t value : kSigned) {
+    EXPECT_EQ(printed(integerNumber(value)), printed(cJSON_CreateNumber(static_cast<double>(value)))) << value;
+  }
+  for (uint64_t value : kUnsigned) {
+    EXPECT_EQ(printed(integerNumber(value)), printed(cJSON_CreateNumber(static_cast<double>(value)))) << value;
+  }
+}

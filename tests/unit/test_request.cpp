@@ -88,7 +88,7 @@ struct SplitCase {
   std::vector<std::string> expected;
 };
 
-// The array starts with room for 10 and grows by 10: this passes its room several times.
+// Many pieces: every one keeps its place in the one block.
 SplitCase manyPieces() {
   SplitCase many{"k0=0", {"k0=0"}};
   for (int i = 1; i < 45; ++i) {
