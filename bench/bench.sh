@@ -371,17 +371,6 @@ rate1[fcgi_stat]="$(rate "${urls[fcgi_stat]}" 1)"
 fcgi_cpu_ms="$(awk -v a="$cpu_before" -v b="$(fcgi_cpu_s)" -v n=$(($(answered) - count_before)) \
     'BEGIN { printf "%.3f", (b - a) * 1000 / n }')"
 
-echo "The program as a FastCGI application (instructions: callgrind, per request over 1,000 requests of one"
-echo "process after 50 to warm up, all it does from accepting each to finishing it; CPU: with one client)"
-row='%-34s %12s %7s %9s\n'
-printf "$row" request instructions ratio "CPU ms"
-printf "$row" "${labels[floor_fcgi]%, 2 processes}" "${fcgi_instr[floor]}" 1.00 ""
-for name in stat remote all; do
-    printf "$row" "${labels[$name]}" "${fcgi_instr[$name]}" "$(ratio "${fcgi_instr[$name]}" "${fcgi_instr[floor]}")" \
-        "$([ "$name" = stat ] && echo "$fcgi_cpu_ms")"
-done
-echo
-
 echo "HTTP requests a second through lighttpd on 127.0.0.1 (wrk, ${wrk_seconds} s each; ratio to the floor CGI)"
 row='%-40s %10s %7s %10s %7s\n'
 printf "$row" request "1 client" ratio "4 clients" ratio
@@ -390,6 +379,19 @@ for name in floor floor_fcgi stat fcgi_stat remote fcgi_remote all fcgi_all; do
     rate4[$name]="$(rate "${urls[$name]}" 4)"
     printf "$row" "${labels[$name]}" "${rate1[$name]}" "$(ratio "${rate1[$name]}" "${rate1[floor]}")" \
         "${rate4[$name]}" "$(ratio "${rate4[$name]}" "${rate4[floor]}")"
+done
+echo
+
+echo "The program as a FastCGI application (instructions: callgrind, per request over 1,000 requests of one"
+echo "process after 50 to warm up, all it does from accepting each to finishing it; CPU: the processes' own,"
+echo "with one client; wall: through lighttpd with one client, the inverse of its rate above)"
+row='%-34s %12s %7s %9s %9s\n'
+wall_ms() { awk -v r="$1" 'BEGIN { printf "%.3f", 1000 / r }'; }
+printf "$row" request instructions ratio "CPU ms" "wall ms"
+printf "$row" "${labels[floor_fcgi]%, 2 processes}" "${fcgi_instr[floor]}" 1.00 "" "$(wall_ms "${rate1[floor_fcgi]}")"
+for name in stat remote all; do
+    printf "$row" "${labels[$name]}" "${fcgi_instr[$name]}" "$(ratio "${fcgi_instr[$name]}" "${fcgi_instr[floor]}")" \
+        "$([ "$name" = stat ] && echo "$fcgi_cpu_ms")" "$(wall_ms "${rate1[fcgi_$name]}")"
 done
 echo
 

@@ -1,5 +1,6 @@
 #include "cgi/response.h"
 
+#include <charconv>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -208,13 +209,10 @@ class EnvelopeText {
   }
   bool addNumber(int32_t number) {
     char digits[16];
-    int length = snprintf(digits, sizeof digits, "%d", number);
-    return length > 0 && add(digits, static_cast<size_t>(length));
+    auto printed = std::to_chars(digits, digits + sizeof digits, number);
+    return add(digits, static_cast<size_t>(printed.ptr - digits));
   }
-  char *release() { return ok_ ? text_.release() : nullptr; }
-  void fail() { ok_ = false; }
-
- private:
+  // One allocation for the whole answer in the common case.
   bool reserve(size_t more) {
     if (length_ + more < capacity_) return true;
     size_t grown = (length_ + more + 1) * 2;
@@ -225,6 +223,10 @@ class EnvelopeText {
     capacity_ = grown;
     return true;
   }
+  char *release() { return ok_ ? text_.release() : nullptr; }
+  void fail() { ok_ = false; }
+
+ private:
 
   CText text_;
   size_t length_ = 0, capacity_ = 0;
@@ -232,8 +234,16 @@ class EnvelopeText {
 };
 
 char *composeEnvelope(int32_t code, const char *dataKey, const char *printedData) {
+  constexpr size_t kEnvelopeBytes = 224;  // all but the data, the longest message included
   EnvelopeText text;
-  bool written = text.add("{\n");
+  size_t dataBytes = 0;
+  if (dataKey != nullptr) {
+    dataBytes = strlen(dataKey) + strlen(printedData);
+    for (const char *newline = strchr(printedData, '\n'); newline != nullptr; newline = strchr(newline + 1, '\n')) {
+      ++dataBytes;
+    }
+  }
+  bool written = text.reserve(dataBytes + kEnvelopeBytes) && text.add("{\n");
   if (dataKey != nullptr) {
     written = written && text.add("\t\"") && text.add(dataKey) && text.add("\":\t") && text.addIndented(printedData) &&
               text.add(",\n");

@@ -2,6 +2,7 @@
 
 #include <strings.h>
 
+#include <charconv>
 #include <cstdlib>
 #include <cstring>
 
@@ -72,15 +73,11 @@ cJSON *signedMagnitude(uint64_t magnitude, bool negative) {
     double value = static_cast<double>(magnitude);
     return cJSON_CreateNumber(negative ? -value : value);
   }
-  char text[20];
-  char *at = text + sizeof text;
-  *--at = '\0';
-  do {
-    *--at = static_cast<char>('0' + magnitude % 10);
-    magnitude /= 10;
-  } while (magnitude != 0);
-  if (negative) *--at = '-';
-  return cJSON_CreateRaw(at);
+  char text[24];
+  char *at = text;
+  if (negative) *at++ = '-';
+  *std::to_chars(at, text + sizeof text - 1, magnitude).ptr = '\0';
+  return cJSON_CreateRaw(text);
 }
 
 }  // namespace
