@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -36,7 +37,8 @@ constexpr size_t kPrivilegeSize = 16;
 constexpr size_t kRewriteSize = 256;
 constexpr const char *kAdminLine = "admin\n";
 constexpr int kLockWaitMs = 3000;
-constexpr int kLockRetryMs = 10;
+constexpr long kFirstLockRetryUs = 20;
+constexpr long kLongestLockRetryUs = 10000;
 
 struct SessionLines {
   char user[kLineSize];
@@ -84,14 +86,18 @@ struct FileCloser {
   }
 };
 
-// The login page holds the lock only for a moment; a holder that never lets
-// go must not hold the web server's CGI slot with it.
+// The login page and the other requests hold the lock for a few
+// microseconds; a holder that never lets go must not hold the web server's
+// slot with it. The retries start short and double, so that two processes
+// polling one session wait about as long as the holder needs, not a fixed
+// tick; their sleeps add up to at most kLockWaitMs.
 bool lockSessionFile(int fd) {
-  for (int waited = 0;; waited += kLockRetryMs) {
+  long retryUs = kFirstLockRetryUs;
+  for (long waitedUs = 0;; waitedUs += retryUs, retryUs = std::min(2 * retryUs, kLongestLockRetryUs)) {
     if (flock(fd, LOCK_EX | LOCK_NB) == 0) return true;
     if (errno != EWOULDBLOCK && errno != EINTR) return false;
-    if (waited >= kLockWaitMs) return false;
-    usleep(kLockRetryMs * 1000);
+    if (waitedUs >= kLockWaitMs * 1000L) return false;
+    usleep(static_cast<useconds_t>(retryUs));
   }
 }
 

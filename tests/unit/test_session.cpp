@@ -179,3 +179,23 @@ TEST_F(SessionTest, WaitsForTheSessionLock) {
 }
 
 }  // namespace
+
+namespace {
+
+// A holder that never lets go costs the request three seconds, not the slot.
+TEST_F(SessionTest, GivesUpOnALockHeldForEver) {
+  writeFile(sessionFile(), "admin\n0\n");
+  FILE *holder = fopen(sessionFile().c_str(), "r+");
+  ASSERT_NE(holder, nullptr);
+  ASSERT_EQ(flock(fileno(holder), LOCK_EX), 0);
+  auto start = std::chrono::steady_clock::now();
+  httpdRouteEntry entry = route(HTTPD_GET, 1);
+  EXPECT_EQ(checkSessionX(kId, nullptr, &entry), -1);
+  auto waited = std::chrono::steady_clock::now() - start;
+  EXPECT_GE(waited, std::chrono::milliseconds(2900));
+  EXPECT_LE(waited, std::chrono::milliseconds(6000));
+  EXPECT_TRUE(logged("ERROR", "File lock failed\n")) << box.logText();
+  fclose(holder);
+}
+
+}  // namespace
