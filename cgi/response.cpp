@@ -238,10 +238,9 @@ char *composeEnvelope(int32_t code, const char *dataKey, const char *printedData
   EnvelopeText text;
   size_t dataBytes = 0;
   if (dataKey != nullptr) {
-    dataBytes = strlen(dataKey) + strlen(printedData);
-    for (const char *newline = strchr(printedData, '\n'); newline != nullptr; newline = strchr(newline + 1, '\n')) {
-      ++dataBytes;
-    }
+    // A tab more a line, and a printed line is seldom shorter than four bytes.
+    size_t printed = strlen(printedData);
+    dataBytes = strlen(dataKey) + printed + printed / 4;
   }
   bool written = text.reserve(dataBytes + kEnvelopeBytes) && text.add("{\n");
   if (dataKey != nullptr) {
